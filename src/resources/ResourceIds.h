@@ -1,0 +1,24 @@
+#pragma once
+
+/// Ids of the executable's resources. The program's own come from setup.rc; those of the product
+/// are stamped into the finished executable (kit/), all under language 1049.
+
+// String table, the product's identity.
+#define IDS_DISPLAY_NAME 129
+#define IDS_SLUG 130
+#define IDS_SERVER_HOST 131
+#define IDS_SERVER_PORT 132
+#define IDS_BASE_URL 133
+#define IDS_PATH_PREFIX 134
+#define IDS_APP_GUID 135
+
+// One pixel, stretched to the progress bar.
+#define IDB_BAR 112
+// The product's icon group.
+#define IDI_PRODUCT 122
+// The window's picture, of the type "PNG".
+#define IDR_BACKGROUND 125
+// The application's archive in an offline build, of the type "DISTR".
+#define IDR_ARCHIVE 199
+// The text table, of the type "TEXTS".
+#define IDR_TEXTS 1

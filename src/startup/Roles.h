@@ -1,0 +1,18 @@
+#pragma once
+
+/// The parts of the entry point that do a role's work of their own.
+
+/// Copies the running uninstaller to the temporary folder, out of the folder that it is about to
+/// delete, and starts the copy. 0 when a copy runs now or already did, -1 after an ERROR line.
+int CopyAndRestartItself();
+
+/// Makes the temporary folder the working directory.
+void SetTempDirAsCurrent();
+
+/// Lists in the log which processes hold files of the installation and of the unpacked archive.
+/// False when the paths could not be built.
+bool ListOpenedFiles();
+
+/// Waits, without a time limit, until the process has ended; one that cannot be opened counts as
+/// ended.
+void WaitForProcess(int pid);
