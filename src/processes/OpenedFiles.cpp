@@ -1,0 +1,142 @@
+#include "processes/OpenedFiles.h"
+
+#include <shlwapi.h>
+#include <tlhelp32.h>
+
+#include <cwctype>
+
+#include "diagnostics/DecimalText.h"
+#include "processes/OpenedHandles.h"
+#include "processes/ProcessControl.h"
+#include "services/Bitness.h"
+
+std::unordered_map<DWORD, ProcessInfo>& processCache = *new std::unordered_map<DWORD, ProcessInfo>;
+
+namespace {
+
+bool EnablePrivilege(HANDLE token, const wchar_t* name) {
+    TOKEN_PRIVILEGES privileges{};
+    privileges.PrivilegeCount = 1;
+    privileges.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
+    if (!LookupPrivilegeValueW(nullptr, name, &privileges.Privileges[0].Luid)) {
+        return false;
+    }
+    AdjustTokenPrivileges(token, FALSE, &privileges, 0, nullptr, nullptr);
+    // The call succeeds also when it could not assign the privilege.
+    return GetLastError() == ERROR_SUCCESS;
+}
+
+std::wstring ShortForm(const std::wstring& folder) {
+    wchar_t path[260];
+    const DWORD length = GetShortPathNameW(folder.c_str(), path, 260);
+    return length > 0 && length < 260 ? ToLowerCase(path) : std::wstring();
+}
+
+bool Contains(const std::wstring& text, const std::wstring& part) {
+    return text.find(part) != std::wstring::npos;
+}
+
+void EnumerateModulesOf(DWORD pid, const std::wstring& executable, const std::wstring& folder,
+                        const std::wstring& shortFolder, std::wstring& listing) {
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, pid);
+    if (snapshot == INVALID_HANDLE_VALUE) {
+        return;
+    }
+    MODULEENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    bool isFirst = true;
+    for (BOOL more = Module32FirstW(snapshot, &entry); more;
+         more = Module32NextW(snapshot, &entry)) {
+        const bool isUnreachable = isFirst && !PathFileExistsW(entry.szExePath);
+        const std::wstring path = ToLowerCase(isUnreachable ? executable : entry.szExePath);
+        if (Contains(path, folder) || (!shortFolder.empty() && Contains(path, shortFolder))) {
+            listing += FormatOpenedFileLine(pid, true, path);
+        }
+        isFirst = false;
+    }
+    CloseHandle(snapshot);
+}
+
+// For a process that is not in the cache: it has started since, or it is gone.
+ProcessInfo DescribeUnknownProcess(DWORD processId) {
+    const std::wstring fullPath = GetProcessFullName(processId);
+    if (!fullPath.empty()) {
+        return {PathFindFileNameW(fullPath.c_str()), fullPath};
+    }
+    constexpr DWORD systemProcess = 4;
+    return {processId == systemProcess ? L"System" : L"Unknown Process", L""};
+}
+
+}  // namespace
+
+std::wstring ToLowerCase(std::wstring text) {
+    for (wchar_t& character : text) {
+        character = static_cast<wchar_t>(std::towlower(character));
+    }
+    return text;
+}
+
+std::wstring GetOpenedFilesListing(const std::wstring& folder) {
+    std::wstring listing;
+    const std::wstring lowerFolder = ToLowerCase(folder);
+    EnableDebugPrivilege();
+    BuildProcessCache();
+    // A 32-bit program on a 64-bit system cannot see the modules of 64-bit processes.
+    if (!Is64BitSystem()) {
+        EnumerateLoadedModules(lowerFolder, listing);
+    }
+    EnumerateOpenedFiles(lowerFolder, listing);
+    return listing;
+}
+
+bool EnableDebugPrivilege() {
+    static bool isDone = false;
+    if (isDone) {
+        return true;
+    }
+    isDone = true;
+    HANDLE token = nullptr;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, &token)) {
+        return false;
+    }
+    const bool isEnabled = EnablePrivilege(token, SE_DEBUG_NAME);
+    CloseHandle(token);
+    return isEnabled;
+}
+
+void BuildProcessCache() {
+    processCache.clear();
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(snapshot, &entry); more;
+         more = Process32NextW(snapshot, &entry)) {
+        processCache[entry.th32ProcessID] = {entry.szExeFile,
+                                             GetProcessFullName(entry.th32ProcessID)};
+    }
+    CloseHandle(snapshot);
+}
+
+void EnumerateLoadedModules(const std::wstring& folder, std::wstring& listing) {
+    std::wstring shortFolder = ShortForm(folder);
+    if (shortFolder == folder) {
+        shortFolder.clear();
+    }
+    // A copy, since a line may add a process to the cache.
+    const auto processes = processCache;
+    for (const auto& [pid, process] : processes) {
+        if (pid != 0) {
+            EnumerateModulesOf(pid, process.fullPath, folder, shortFolder, listing);
+        }
+    }
+}
+
+std::wstring FormatOpenedFileLine(DWORD processId, bool isModule, const std::wstring& path) {
+    auto known = processCache.find(processId);
+    if (known == processCache.end()) {
+        known = processCache.emplace(processId, DescribeUnknownProcess(processId)).first;
+    }
+    const ProcessInfo& process = known->second;
+    return L"[" + DecimalText(processId) + L"] " + process.name + L" (" + process.fullPath +
+           L") [" + (isModule ? L"module " : L"") + path + L"]\n";
+}

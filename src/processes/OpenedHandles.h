@@ -1,0 +1,53 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+/// The open file handles of all processes, from the system-wide handle table. The question for the
+/// name of another process's handle can hang, so it is asked on the enumeration thread, which is
+/// killed and replaced when it does not answer within 100 ms; the entry is then lost.
+
+#pragma pack(push, 1)
+/// Answer of NtQuerySystemInformation to its class 16 (SystemHandleInformation), as a 32-bit
+/// process sees it.
+struct SystemHandleEntry {
+    DWORD processId;
+    BYTE objectType;
+    BYTE flags;
+    WORD handle;
+    DWORD object;
+    DWORD grantedAccess;
+};
+struct SystemHandleTable {
+    DWORD handleCount;
+    SystemHandleEntry entries[1];
+};
+#pragma pack(pop)
+static_assert(sizeof(SystemHandleEntry) == 16);
+
+/// What the walk and the enumeration thread share; they take turns through the two events. It lies
+/// on the stack of EnumerateOpenedFiles.
+struct HandleQuery {
+    const SystemHandleTable* table;
+    wchar_t* nameBuffer;
+    HANDLE requestEvent;
+    HANDLE replyEvent;
+    /// The thread got a name for the entry.
+    bool found;
+    /// The entry has a name that does not fit; nameBuffer does not hold it.
+    bool nameTooLong;
+};
+
+/// Index of the entry to take next, advanced by the thread before it touches an entry, so that one
+/// on which it hangs is not tried again. Read by the walk while the thread waits.
+extern volatile DWORD nextHandleIndex;
+
+/// Appends a line for each open file whose path begins with `folder`, which is in lower case; also
+/// for those whose name is too long to tell.
+void EnumerateOpenedFiles(const std::wstring& folder, std::wstring& listing);
+
+/// Procedure of the enumeration thread; `query` is a HandleQuery.
+DWORD WINAPI HandleQueryThreadProc(void* query);
+
+std::wstring ToLowerCase(std::wstring text);
