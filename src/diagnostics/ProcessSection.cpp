@@ -1,0 +1,80 @@
+#include "diagnostics/ProcessSection.h"
+
+#include <tlhelp32.h>
+
+#include <algorithm>
+
+#include "diagnostics/DecimalText.h"
+#include "processes/ProcessControl.h"
+
+namespace {
+
+class TreePrinter {
+  public:
+    explicit TreePrinter(const std::vector<ProcessEntry>& sorted) : processes(sorted) {}
+
+    // Ends for any parent ids: processes that name each other as parents have a parent each, so
+    // they are no roots and are never reached.
+    void Print(const ProcessEntry& entry, const std::wstring& indent,
+               const std::wstring& predecessor) {
+        if (entry.exeName != predecessor) {
+            text += indent + DecimalText(entry.parentPid) + L" " + DecimalText(entry.pid) + L" " +
+                    entry.exeName + L" (" + entry.fullPath + L")\n";
+        }
+        std::wstring childPredecessor;
+        // The first entry is the system's idle process, its own parent and nobody's child.
+        for (std::size_t index = 1; index < processes.size(); ++index) {
+            const ProcessEntry& child = processes[index];
+            if (child.parentPid == entry.pid) {
+                Print(child, indent + L"  ", childPredecessor);
+                childPredecessor = child.exeName;
+            }
+        }
+    }
+
+    std::wstring text;
+
+  private:
+    const std::vector<ProcessEntry>& processes;
+};
+
+bool HasParent(const std::vector<ProcessEntry>& processes, const ProcessEntry& entry) {
+    return std::any_of(processes.begin(), processes.end(), [&entry](const ProcessEntry& other) {
+        return other.pid == entry.parentPid;
+    });
+}
+
+}  // namespace
+
+std::wstring GetProcessTree() {
+    std::vector<ProcessEntry> processes;
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(snapshot, &entry); more;
+         more = Process32NextW(snapshot, &entry)) {
+        processes.push_back({GetProcessFullName(entry.th32ProcessID), entry.szExeFile,
+                             entry.th32ProcessID, entry.th32ParentProcessID});
+    }
+    CloseHandle(snapshot);
+    return FormatProcessTree(std::move(processes));
+}
+
+std::wstring FormatProcessTree(std::vector<ProcessEntry> processes) {
+    if (processes.empty()) {
+        return {};
+    }
+    std::sort(processes.begin(), processes.end(),
+              [](const ProcessEntry& a, const ProcessEntry& b) { return a.pid < b.pid; });
+    TreePrinter printer(processes);
+    printer.Print(processes.front(), L"", L"");
+    std::wstring lastRoot;
+    for (std::size_t index = 1; index < processes.size(); ++index) {
+        const ProcessEntry& entry = processes[index];
+        if (!HasParent(processes, entry)) {
+            printer.Print(entry, L"", lastRoot);
+            lastRoot = entry.exeName;
+        }
+    }
+    return printer.text;
+}
