@@ -1,0 +1,13 @@
+#pragma once
+
+#include <windows.h>
+
+#include "ui/ShowDialog.h"
+
+struct GlobalVars;
+
+/// The window's half of ShowDialog: shows the request's box above `window` and gives the answer. A
+/// locked target is offered, without administrator rights, together with an elevated copy of the
+/// program; when the user takes that, the answer is IDCANCEL and `vars.elevatedCopyStarted` tells
+/// whether the copy runs. Runs on the window's thread and blocks until the user has answered.
+int AnswerDialogRequest(HWND window, GlobalVars& vars, const DialogRequest& request);

@@ -1,0 +1,312 @@
+#include "ui/MainWindow.h"
+
+#include <windows.h>
+#include <dwmapi.h>
+#include <objbase.h>
+
+#include "diagnostics/ErrorReport.h"
+#include "diagnostics/Log.h"
+#include "operations/Progress.h"
+#include "resources/ResourceIds.h"
+#include "services/SystemLibrary.h"
+#include "startup/GlobalVars.h"
+#include "ui/BackgroundImage.h"
+#include "ui/DialogRequests.h"
+#include "ui/OperationEnd.h"
+#include "ui/ShowDialog.h"
+#include "ui/Texts.h"
+
+namespace {
+
+constexpr UINT_PTR tickTimer = 1;
+constexpr UINT tickPeriod = 10;
+
+// Places on the picture, in pixels. The picture holds the track of the bar.
+constexpr int barLeft = 90;
+constexpr int barTop = 176;
+constexpr int barFullWidth = 319;
+constexpr int barHeight = 15;
+constexpr int titleTop = 127;
+constexpr int titleHeight = 30;
+constexpr int titleFontHeight = 28;
+constexpr int statusTop = 200;
+constexpr int statusHeight = 15;
+constexpr int statusFontHeight = 12;
+// An update does its work out of sight.
+constexpr int offScreen = -1000;
+
+// The window's state, touched by the main thread only.
+struct WindowState {
+    HINSTANCE moduleInstance;
+    GlobalVars* vars;
+    CProgressObject* progress;
+    ErrorReport* errorReport;
+    int operation;
+    HBITMAP backgroundBitmap;
+    int windowWidth;
+    int windowHeight;
+    HBITMAP barBitmap;
+    HWND barControl;
+    HWND titleLabel;
+    HWND statusLabel;
+    int lastPosition;
+    int lastStage;
+    bool operationEnded;
+};
+WindowState state{};
+
+void UseShadowWithoutFrame(HWND window) {
+    const auto extendFrame = SystemFunction(L"dwmapi.dll", "DwmExtendFrameIntoClientArea",
+                                            &DwmExtendFrameIntoClientArea);
+    const MARGINS margins = {1, 0, 0, 0};
+    if (extendFrame == nullptr || extendFrame(window, &margins) != S_OK) {
+        SetClassLongW(window, GCL_STYLE, GetClassLongW(window, GCL_STYLE) | CS_DROPSHADOW);
+    }
+}
+
+void PlaceWindow(HWND window) {
+    BITMAP picture{};
+    GetObjectW(state.backgroundBitmap, sizeof picture, &picture);
+    state.windowWidth = picture.bmWidth;
+    state.windowHeight = picture.bmHeight;
+    int x = offScreen;
+    int y = offScreen;
+    if (state.operation != OperationUpdate) {
+        x = (GetSystemMetrics(SM_CXSCREEN) - state.windowWidth) / 2;
+        y = (GetSystemMetrics(SM_CYSCREEN) - state.windowHeight) / 2;
+    }
+    SetWindowPos(window, nullptr, x, y, state.windowWidth, state.windowHeight, SWP_SHOWWINDOW);
+}
+
+HWND CreateStatic(HWND window, DWORD style, int x, int y, int width, int height) {
+    return CreateWindowExW(0, L"STATIC", nullptr, WS_CHILD | WS_VISIBLE | style, x, y, width,
+                           height, window, nullptr, state.moduleInstance, nullptr);
+}
+
+void UseFont(HWND label, int height) {
+    const HFONT font = CreateFontW(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
+                                   OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY,
+                                   DEFAULT_PITCH, nullptr);
+    SendMessageW(label, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+}
+
+void ShowBarPicture() {
+    SendMessageW(state.barControl, STM_SETIMAGE, IMAGE_BITMAP,
+                 reinterpret_cast<LPARAM>(state.barBitmap));
+}
+
+void CreateControls(HWND window) {
+    state.barControl = CreateStatic(window, SS_BITMAP, barLeft, barTop, 0, barHeight);
+    ShowBarPicture();
+    state.titleLabel = CreateStatic(window, SS_CENTER, 0, titleTop, state.windowWidth, titleHeight);
+    state.statusLabel =
+        CreateStatic(window, SS_CENTER, 0, statusTop, state.windowWidth, statusHeight);
+    UseFont(state.titleLabel, titleFontHeight);
+    UseFont(state.statusLabel, statusFontHeight);
+}
+
+int FirstStatusText() {
+    switch (state.operation) {
+        case OperationUninstall:
+            return TextUninstalling;
+        case OperationUpdate:
+            return TextUpdating;
+        default:
+            return TextPreparing;
+    }
+}
+
+void StartWorker(HWND window) {
+    state.progress->operation = state.operation;
+    state.progress->workerThread =
+        CreateThread(nullptr, 0, WorkerThreadProc, state.progress, 0, nullptr);
+    if (state.progress->workerThread != nullptr) {
+        return;
+    }
+    state.errorReport->Send(nullptr);
+    KillTimer(window, tickTimer);
+    ShowFailure(window, state.operation);
+    DestroyWindow(window);
+}
+
+void HandleCreate(HWND window) {
+    state.barBitmap = LoadBitmapW(state.moduleInstance, MAKEINTRESOURCEW(IDB_BAR));
+    const HICON icon = LoadIconW(state.moduleInstance, MAKEINTRESOURCEW(IDI_PRODUCT));
+    UseShadowWithoutFrame(window);
+    PlaceWindow(window);
+    SendMessageW(window, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
+    SendMessageW(window, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
+    CreateControls(window);
+    SetWindowTextW(window, GetString(TextTitle));
+    SetWindowTextW(state.titleLabel, GetString(TextProductName));
+    SetWindowTextW(state.statusLabel, GetString(FirstStatusText()));
+    SetTimer(window, tickTimer, tickPeriod, nullptr);
+    StartWorker(window);
+}
+
+void DrawBar() {
+    const CProgressObject& progress = *state.progress;
+    const int width = BarWidth(state.lastPosition, progress.rangeMin, progress.rangeMax);
+    state.barBitmap = static_cast<HBITMAP>(
+        CopyImage(state.barBitmap, IMAGE_BITMAP, width, barHeight, LR_COPYDELETEORG));
+    ShowBarPicture();
+    InvalidateRect(state.barControl, nullptr, TRUE);
+}
+
+void ShowStatusOfStage(HWND window) {
+    if (state.operation != OperationInstall) {
+        return;
+    }
+    const int text = StatusTextOfStage(state.lastStage, state.vars->isOffline);
+    if (text >= 0) {
+        SetWindowTextW(state.statusLabel, GetString(text));
+        // The label is transparent: its old letters go only with the picture beneath.
+        InvalidateRect(window, nullptr, TRUE);
+    }
+}
+
+void HandleTick(HWND window) {
+    if (const int position = state.progress->position; position != state.lastPosition) {
+        state.lastPosition = position;
+        DrawBar();
+    }
+    if (const int stage = state.progress->stage; stage != state.lastStage) {
+        state.lastStage = stage;
+        ShowStatusOfStage(window);
+    }
+    if (!state.progress->IsWorkerFinished() || state.operationEnded) {
+        return;
+    }
+    KillTimer(window, tickTimer);
+    // A tick that was already on its way arrives while the box below is open.
+    state.operationEnded = true;
+    FinishOperation(window, *state.vars, *state.progress, *state.errorReport, state.operation);
+    DestroyWindow(window);
+}
+
+void HandleClose(HWND window) {
+    WaitForSingleObject(state.progress->stageMutex, INFINITE);
+    const int stage = state.progress->stage;
+    if (state.operation == OperationInstall && stage < StagePlaceFiles) {
+        if (MessageBoxW(window, GetString(TextConfirmCancel), GetString(TextTitle),
+                        MB_YESNO | MB_ICONQUESTION) == IDYES) {
+            state.progress->TerminateWorker();
+            DestroyWindow(window);
+        }
+    } else if (state.operation == OperationInstall && stage == StageInstalled) {
+        DestroyWindow(window);
+    }
+    ReleaseMutex(state.progress->stageMutex);
+}
+
+void HandleMinMaxInfo(MINMAXINFO* info) {
+    const POINT size = {state.windowWidth, state.windowHeight};
+    info->ptMinTrackSize = size;
+    info->ptMaxTrackSize = size;
+}
+
+void HandleDialogRequest(HWND window, WPARAM wParam, LPARAM lParam) {
+    const auto* request = reinterpret_cast<const DialogRequest*>(lParam);
+    dialogResult = AnswerDialogRequest(window, *state.vars, *request);
+    SetEvent(reinterpret_cast<HANDLE>(wParam));
+}
+
+LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+        case WM_CREATE:
+            HandleCreate(window);
+            return 0;
+        case WM_DESTROY:
+            PostQuitMessage(0);
+            return 1;
+        case WM_CLOSE:
+            HandleClose(window);
+            return 1;
+        case WM_GETMINMAXINFO:
+            HandleMinMaxInfo(reinterpret_cast<MINMAXINFO*>(lParam));
+            return 0;
+        case WM_NCCALCSIZE:
+            return 0;
+        case WM_NCHITTEST: {
+            // The user drags the window by any point of the picture.
+            const LRESULT place = DefWindowProcW(window, message, wParam, lParam);
+            return place == HTCLIENT ? HTCAPTION : place;
+        }
+        case WM_NCACTIVATE:
+            return 1;
+        case WM_TIMER:
+            HandleTick(window);
+            return 1;
+        case WM_CTLCOLORSTATIC:
+            SetBkMode(reinterpret_cast<HDC>(wParam), TRANSPARENT);
+            return reinterpret_cast<LRESULT>(GetStockObject(NULL_BRUSH));
+        case dialogRequestMessage:
+            HandleDialogRequest(window, wParam, lParam);
+            return 0;
+        default:
+            return DefWindowProcW(window, message, wParam, lParam);
+    }
+}
+
+bool RegisterWindowClass() {
+    WNDCLASSEXW windowClass{};
+    windowClass.cbSize = sizeof windowClass;
+    windowClass.lpfnWndProc = WindowProc;
+    windowClass.hInstance = state.moduleInstance;
+    windowClass.hbrBackground = CreatePatternBrush(state.backgroundBitmap);
+    windowClass.lpszClassName = state.vars->windowClassName.c_str();
+    return RegisterClassExW(&windowClass) != 0;
+}
+
+HWND CreateProgramWindow() {
+    return CreateWindowExW(0, state.vars->windowClassName.c_str(), L"",
+                           WS_POPUP | WS_VISIBLE | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX,
+                           CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr,
+                           nullptr, state.moduleInstance, nullptr);
+}
+
+int RunMessageLoop() {
+    MSG message{};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return static_cast<int>(message.wParam);
+}
+
+}  // namespace
+
+int BarWidth(int position, int rangeMin, int rangeMax) {
+    return position * barFullWidth / (rangeMax - rangeMin);
+}
+
+int StatusTextOfStage(int stage, bool isOffline) {
+    if (stage >= StageUnpack) {
+        return TextInstalling;
+    }
+    return stage == StageDownloadFiles && !isOffline ? TextDownloading : -1;
+}
+
+int CreateMainWindow(int showCommand, GlobalVars* vars, int operation) {
+    state.moduleInstance = vars->hInstance;
+    state.vars = vars;
+    state.progress = &progressObject;
+    state.errorReport = &errorReport;
+    state.operation = operation;
+    CoInitialize(nullptr);
+    state.backgroundBitmap = LoadBackgroundBitmap();
+    CoUninitialize();
+    if (!RegisterWindowClass()) {
+        mainWindowLog.Error(L"CreateMainWindow: error of RegisterClassEx: " + LastErrorText());
+        return -1;
+    }
+    const HWND window = CreateProgramWindow();
+    if (window == nullptr) {
+        mainWindowLog.Error(L"CreateMainWindow: error of CreateWindow: " + LastErrorText());
+        return -1;
+    }
+    mainWindowHandle = window;
+    ShowWindow(window, showCommand);
+    UpdateWindow(window);
+    return RunMessageLoop();
+}

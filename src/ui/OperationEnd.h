@@ -1,0 +1,18 @@
+#pragma once
+
+#include <windows.h>
+
+class CProgressObject;
+class ErrorReport;
+struct GlobalVars;
+
+/// Acts on the end of an operation: sends the report of a failure and shows at most one box above
+/// `window`. Blocks until both are done.
+void FinishOperation(HWND window, const GlobalVars& vars, const CProgressObject& progress,
+                     ErrorReport& errorReport, int operation);
+
+/// The box that tells of a failed operation; an update shows none.
+void ShowFailure(HWND window, int operation);
+
+/// The address from which the user's browser fetches the full installer.
+void OpenFullInstallerPage(const GlobalVars& vars);
