@@ -1,0 +1,77 @@
+#include "kit/Files.h"
+
+#include <windows.h>
+
+#include <cstdio>
+
+std::wstring Widen(std::string_view text) {
+    const int size = static_cast<int>(text.size());
+    std::wstring wide(MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), static_cast<int>(wide.size()));
+    return wide;
+}
+
+std::string Narrow(std::wstring_view text) {
+    const int size = static_cast<int>(text.size());
+    std::string narrow(
+        WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), size, narrow.data(),
+                        static_cast<int>(narrow.size()), nullptr, nullptr);
+    return narrow;
+}
+
+std::string DescribeError(std::uint32_t code) {
+    wchar_t buffer[512];
+    DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                                  nullptr, code, 0, buffer, 512, nullptr);
+    while (length > 0 && (buffer[length - 1] == L'\n' || buffer[length - 1] == L'\r'))
+        --length;
+    char number[32];
+    std::snprintf(number, sizeof number, " (error %lu)", static_cast<unsigned long>(code));
+    return Narrow({buffer, length}) + number;
+}
+
+std::wstring FromHostPath(const std::wstring& path) {
+    if (path.empty() || path[0] != L'/')
+        return path;
+    using Convert = wchar_t*(CDECL*)(const char*);
+    const auto convert = reinterpret_cast<Convert>(
+        GetProcAddress(GetModuleHandleW(L"kernel32"), "wine_get_dos_file_name"));
+    if (convert == nullptr)
+        return path;
+    wchar_t* converted = convert(Narrow(path).c_str());
+    if (converted == nullptr)
+        return path;
+    std::wstring result = converted;
+    HeapFree(GetProcessHeap(), 0, converted);
+    return result;
+}
+
+std::uint32_t ReadWholeFile(const std::wstring& path, std::uint32_t limit, std::string& content) {
+    content.clear();
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return GetLastError();
+    LARGE_INTEGER size = {};
+    DWORD error = 0;
+    if (!GetFileSizeEx(file, &size))
+        error = GetLastError();
+    else if (size.QuadPart > limit)
+        error = ERROR_FILE_TOO_LARGE;
+    if (error == 0) {
+        content.resize(static_cast<std::size_t>(size.QuadPart));
+        DWORD read = 0;
+        if (!ReadFile(file, content.data(), static_cast<DWORD>(content.size()), &read, nullptr))
+            error = GetLastError();
+        content.resize(read);
+    }
+    CloseHandle(file);
+    return error;
+}
+
+std::uint64_t ReadFileSize(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data);
+    return static_cast<std::uint64_t>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
+}
