@@ -1,0 +1,54 @@
+#include "Server.h"
+
+#include <csignal>
+
+DevServer::~DevServer() {
+    Stop();
+}
+
+std::string DevServer::Start(const ServerSettings& settings) {
+    // The TLS library writes to sockets whose other side may be gone.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::error_code failed;
+    if (!std::filesystem::is_directory(settings.directory, failed))
+        return "no such folder: " + settings.directory.string();
+    state_.directory = settings.directory;
+    if (!state_.inbox.Open(settings.reports))
+        return "the reports' folder cannot be used: " + settings.reports.string();
+    if (!state_.log.Open(settings.logFile))
+        return "the log cannot be opened: " + settings.logFile;
+    for (const FaultRule& fault : settings.faults)
+        state_.faults.Add(fault);
+
+    http_ = std::make_unique<Listener>(state_.log, state_.faults, stop_, nullptr);
+    AddRoutes(*http_, state_);
+    if (!http_->Start(settings.port))
+        return "port " + std::to_string(settings.port) + " cannot be had";
+    if (!settings.httpsPort)
+        return {};
+    std::string error;
+    tls_ = MakeTlsContext(settings.certificates, error);
+    if (!tls_)
+        return error;
+    https_ = std::make_unique<Listener>(state_.log, state_.faults, stop_, tls_.get());
+    AddRoutes(*https_, state_);
+    if (!https_->Start(*settings.httpsPort))
+        return "port " + std::to_string(*settings.httpsPort) + " cannot be had";
+    return {};
+}
+
+void DevServer::Stop() {
+    stop_.Set();
+    for (Listener* listener : {http_.get(), https_.get()}) {
+        if (listener != nullptr)
+            listener->Stop();
+    }
+}
+
+int DevServer::HttpPort() const {
+    return http_->Port();
+}
+
+int DevServer::HttpsPort() const {
+    return https_ ? https_->Port() : 0;
+}
