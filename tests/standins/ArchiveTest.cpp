@@ -1,0 +1,165 @@
+#include "ZipReader.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "ZipBuilder.h"
+
+namespace {
+
+using Contents = std::map<std::u16string, std::string>;
+
+Bytes AsBytes(const std::string& archive) {
+    return {reinterpret_cast<const std::uint8_t*>(archive.data()), archive.size()};
+}
+
+// Reads the whole archive as the unpacker does; the contents are complete only after ok.
+ZipResult ReadAll(const std::string& archive, Contents& contents) {
+    contents.clear();
+    std::vector<ZipEntry> entries;
+    ZipResult result = ReadEntries(AsBytes(archive), entries);
+    for (std::size_t i = 0; i < entries.size() && result == ZipResult::ok; ++i) {
+        std::string& content = contents[entries[i].path];
+        result = UnpackEntry(entries[i], [&](Bytes piece) {
+            content.append(reinterpret_cast<const char*>(piece.data()), piece.size());
+            EXPECT_LE(content.size(), entries[i].size);
+            return true;
+        });
+    }
+    return result;
+}
+
+const std::string text(5000, 'x');
+const std::vector<ZipPart> goodParts = {{.name = "stored.txt", .content = "some text"},
+                                        {.name = "sub/", .attributes = 0x41ED0010},
+                                        {.name = "sub/packed", .content = text, .deflate = true},
+                                        {.name = "empty"}};
+
+}  // namespace
+
+TEST(ZipReader, RefusesArchivesThatLie) {
+    const ZipPart a = {.name = "a", .content = text, .deflate = true};
+    const auto with = [&](auto change) {
+        ZipPart part = a;
+        change(part);
+        return BuildZip({part});
+    };
+    const auto withTail = [&](std::size_t at, std::uint32_t value) {
+        return BuildZip({a}, [&](std::string& tail) { Put16(tail, at, value); });
+    };
+    // Header and content of an entry, to stand inside another entry, whose own header has 31 bytes.
+    const std::string inner = BuildZip({{.name = "b", .content = "xyz"}}).substr(0, 34);
+    std::string otherLocalSize = BuildZip({a});
+    Put32(otherLocalSize, 18, 5);
+    const struct {
+        const char* what;
+        std::string archive;
+        ZipResult expected;
+    } cases[] = {
+        {"empty file", "", ZipResult::damaged},
+        {"no end record", std::string(100, 'P'), ZipResult::damaged},
+        {"behind the end record", BuildZip({a}) + "x", ZipResult::damaged},
+        {"wrong checksum", with([](auto& p) { p.crc = 1; }), ZipResult::damaged},
+        {"wrong checksum, stored", BuildZip({{.name = "a", .content = "b", .crc = 1}}),
+         ZipResult::damaged},
+        {"size too small", with([](auto& p) { p.size = 4999; }), ZipResult::damaged},
+        {"size too large", with([](auto& p) { p.size = 5001; }), ZipResult::damaged},
+        {"stored with two sizes", BuildZip({{.name = "a", .content = "b", .size = 2}}),
+         ZipResult::damaged},
+        {"packed bytes end early", with([](auto& p) { p.packedSize = 10; }), ZipResult::damaged},
+        {"packed bytes beyond the file", with([](auto& p) { p.packedSize = 5000; }),
+         ZipResult::damaged},
+        {"header elsewhere", with([](auto& p) { p.localOffset = 1; }), ZipResult::damaged},
+        {"header outside", with([](auto& p) { p.localOffset = 70000; }), ZipResult::damaged},
+        {"bytes behind the packed ones",
+         BuildZip(
+             {{.name = "a", .content = std::string("\3\0x", 3), .method = 8, .size = 0, .crc = 0}}),
+         ZipResult::damaged},
+        {"two packed sizes", otherLocalSize, ZipResult::damaged},
+        {"longer local name", with([](auto& p) { p.localName = "ab"; }), ZipResult::damaged},
+        {"two names", with([](auto& p) { p.localName = "b"; }), ZipResult::damaged},
+        {"folder with content", BuildZip({{.name = "a/", .content = "b"}}), ZipResult::damaged},
+        {"same file twice", BuildZip({a, {.name = "A"}}), ZipResult::damaged},
+        {"file as a folder", BuildZip({a, {.name = "a/b"}}), ZipResult::damaged},
+        {"folder as a file", BuildZip({{.name = "a/b"}, a}), ZipResult::damaged},
+        {"file within a file",
+         BuildZip(
+             {{.name = "a", .content = inner}, {.name = "b", .content = "xyz", .localOffset = 31}}),
+         ZipResult::damaged},
+        {"directory larger than announced", withTail(12, 10), ZipResult::damaged},
+        {"more entries than announced",
+         BuildZip({a, {.name = "b"}}, [](auto& tail) { Put16(tail, 8, 1), Put16(tail, 10, 1); }),
+         ZipResult::damaged},
+        {"encrypted", with([](auto& p) { p.flags = 1; }), ZipResult::unsupported},
+        {"other method", with([](auto& p) { p.method = 12; }), ZipResult::unsupported},
+        {"zip64 size", with([](auto& p) { p.size = 0xFFFFFFFF; }), ZipResult::unsupported},
+        {"several disks", withTail(4, 1), ZipResult::unsupported},
+        {"zip64 count", withTail(10, 0xFFFF), ZipResult::unsupported},
+        {"link", with([](auto& p) { p.attributes = 0xA1FF0000; }), ZipResult::unsafeName},
+        {"folder without a slash", with([](auto& p) { p.attributes = 0x10; }),
+         ZipResult::unsafeName},
+        {"pipe", with([](auto& p) { p.attributes = 0x11FF0000; }), ZipResult::unsafeName},
+        {"Windows link", with([](auto& p) { p.attributes = 0x400; }), ZipResult::unsafeName},
+        {"climbing name", with([](auto& p) { p.name = "../a"; }), ZipResult::unsafeName},
+        {"malformed name", with([](auto& p) { p.name = "\xFF", p.flags = 0x800; }),
+         ZipResult::unsafeName},
+    };
+    Contents contents;
+    for (const auto& [what, archive, expected] : cases)
+        EXPECT_EQ(ReadAll(archive, contents), expected) << what;
+}
+
+TEST(ZipReader, ReadsWhatIsThere) {
+    const std::string noise = MakeNoise(2500000);
+    std::vector<ZipPart> parts = goodParts;
+    parts.push_back({.name = "big/stored", .content = noise});
+    parts.push_back({.name = "big/packed", .content = noise, .deflate = true});
+    parts.push_back({.name = "one piece", .content = noise.substr(0, 1 << 20), .deflate = true});
+    parts.push_back({.name = "sizes behind", .content = text, .deflate = true, .flags = 8});
+    parts.push_back({.name = "\xC3\xBC", .content = "1", .flags = 0x800});
+    parts.push_back({.name = "\x81\x82", .content = "2"});
+    Contents contents;
+    ASSERT_EQ(ReadAll(BuildZip(parts), contents), ZipResult::ok);
+    EXPECT_EQ(contents, (Contents{{u"stored.txt", "some text"},
+                                  {u"sub", ""},
+                                  {u"sub\\packed", text},
+                                  {u"empty", ""},
+                                  {u"big\\stored", noise},
+                                  {u"big\\packed", noise},
+                                  {u"one piece", noise.substr(0, 1 << 20)},
+                                  {u"sizes behind", text},
+                                  {u"\u00FC", "1"},
+                                  {u"\u00FC\u00E9", "2"}}));
+    ASSERT_EQ(ReadAll(BuildZip({}), contents), ZipResult::ok);
+    EXPECT_TRUE(contents.empty());
+    const std::string commented =
+        BuildZip(goodParts, [](std::string& tail) { Put16(tail, 20, 2), tail += "PK"; });
+    EXPECT_EQ(ReadAll(commented, contents), ZipResult::ok);
+}
+
+TEST(ZipReader, NeverTakesDamageForGood) {
+    const std::string archive = BuildZip(goodParts);
+    Contents good, contents;
+    ASSERT_EQ(ReadAll(archive, good), ZipResult::ok);
+    for (std::size_t length = 0; length < archive.size(); ++length)
+        EXPECT_NE(ReadAll(archive.substr(0, length), contents), ZipResult::ok) << length;
+    for (std::size_t at = 0; at < archive.size(); ++at)
+        for (const int flip : {0x01, 0x80, 0xFF}) {
+            std::string damaged = archive;
+            damaged[at] = static_cast<char>(damaged[at] ^ flip);
+            // Times and a few fields of no meaning may change unnoticed, names and contents not.
+            if (ReadAll(damaged, contents) == ZipResult::ok) {
+                EXPECT_EQ(contents, good) << at << " ^ " << flip;
+            }
+        }
+}
+
+TEST(ZipReader, StopsWhenTheSinkDoes) {
+    const std::string archive = BuildZip({{.name = "a", .content = text, .deflate = true}});
+    std::vector<ZipEntry> entries;
+    ASSERT_EQ(ReadEntries(AsBytes(archive), entries), ZipResult::ok);
+    EXPECT_EQ(UnpackEntry(entries[0], [](Bytes) { return false; }), ZipResult::sinkFailed);
+}

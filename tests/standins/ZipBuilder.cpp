@@ -1,0 +1,93 @@
+#include "ZipBuilder.h"
+
+#include <random>
+#include <stdexcept>
+
+#include <zlib.h>
+
+namespace {
+
+std::string Deflate(const std::string& content) {
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+        throw std::runtime_error("deflateInit2");
+    std::string packed(deflateBound(&stream, static_cast<uLong>(content.size())), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
+    stream.avail_in = static_cast<uInt>(content.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    const int state = deflate(&stream, Z_FINISH);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    if (state != Z_STREAM_END)
+        throw std::runtime_error("deflate");
+    return packed;
+}
+
+std::uint32_t Either(std::int64_t given, std::size_t actual) {
+    return static_cast<std::uint32_t>(given < 0 ? static_cast<std::int64_t>(actual) : given);
+}
+
+// What both headers share, from the version needed to the length of the name.
+std::string CommonFields(const ZipPart& part, const std::string& packed, std::size_t nameSize) {
+    const auto content = reinterpret_cast<const Bytef*>(part.content.data());
+    const uLong crc = crc32(0, content, static_cast<uInt>(part.content.size()));
+    std::string fields(24, '\0');
+    Put16(fields, 0, 20);
+    Put16(fields, 2, part.flags);
+    Put16(fields, 4, Either(part.method, part.deflate ? 8 : 0));
+    Put16(fields, 6, part.dosTime);
+    Put16(fields, 8, part.dosDate);
+    Put32(fields, 10, Either(part.crc, crc));
+    Put32(fields, 14, Either(part.packedSize, packed.size()));
+    Put32(fields, 18, Either(part.size, part.content.size()));
+    Put16(fields, 22, static_cast<std::uint32_t>(nameSize));
+    return fields;
+}
+
+}  // namespace
+
+void Put16(std::string& bytes, std::size_t at, std::uint32_t value) {
+    bytes[at] = static_cast<char>(value);
+    bytes[at + 1] = static_cast<char>(value >> 8);
+}
+
+void Put32(std::string& bytes, std::size_t at, std::uint32_t value) {
+    Put16(bytes, at, value);
+    Put16(bytes, at + 2, value >> 16);
+}
+
+std::string BuildZip(const std::vector<ZipPart>& parts,
+                     const std::function<void(std::string&)>& tailEdit) {
+    std::string files, directory;
+    for (const ZipPart& part : parts) {
+        const std::string packed = part.deflate ? Deflate(part.content) : part.content;
+        const std::string& localName = part.localName.empty() ? part.name : part.localName;
+        std::string local = CommonFields(part, packed, localName.size());
+        // With this flag checksum and sizes stand behind the bytes only.
+        if (part.flags & 8)
+            local.replace(10, 12, 12, '\0');
+        std::string places(16, '\0');
+        Put32(places, 8, part.attributes);
+        Put32(places, 12, Either(part.localOffset, files.size()));
+        directory +=
+            "PK\1\2\x14\3" + CommonFields(part, packed, part.name.size()) + places + part.name;
+        files += "PK\3\4" + local + std::string(2, '\0') + localName + packed;
+    }
+    std::string tail = "PK\5\6" + std::string(18, '\0');
+    Put16(tail, 8, static_cast<std::uint32_t>(parts.size()));
+    Put16(tail, 10, static_cast<std::uint32_t>(parts.size()));
+    Put32(tail, 12, static_cast<std::uint32_t>(directory.size()));
+    Put32(tail, 16, static_cast<std::uint32_t>(files.size()));
+    if (tailEdit)
+        tailEdit(tail);
+    return files + directory + tail;
+}
+
+std::string MakeNoise(std::size_t count) {
+    std::minstd_rand generator(1);
+    std::string noise(count, '\0');
+    for (char& c : noise)
+        c = static_cast<char>(generator() >> 8);
+    return noise;
+}
