@@ -5,8 +5,9 @@
 #include <string>
 
 /// The log of the run: lines in memory, no file. Its only reader is the error report, which carries
-/// the whole text. It has no lock: one thread logs at a time (the main thread before and after the
-/// operation's thread lives, that thread in between).
+/// the whole text. It has no lock, since one thread logs at a time: the main thread before and
+/// after the operation's thread lives, that thread in between, and the main thread again while that
+/// one waits for the answer to a question.
 
 /// One per module of the program. `sourceName` stands in every line, so it is part of the output.
 class Logger {

@@ -10,16 +10,22 @@ namespace {
 
 void RemoveFolder(const std::wstring& path) {
     if (!RemoveDirectoryW(path.c_str())) {
-        fsUtilsLog.Warn(L"RemoveDir: RemoveDirectory(" + path + L") error: " + LastErrorText());
+        const std::wstring error = LastErrorText();
+        fsUtilsLog.Warn(L"RemoveDir: RemoveDirectory(" + path + L") error: " + error);
     }
 }
 
-void RemoveEntry(const std::wstring& path, DWORD attributes) {
-    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        if (!DeleteFileW(path.c_str())) {
-            fsUtilsLog.Warn(L"RemoveDir: DeleteFile(" + path + L") error: " + LastErrorText());
-        }
-    } else if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+void RemoveFile(const std::wstring& path) {
+    if (!DeleteFileW(path.c_str())) {
+        const std::wstring error = LastErrorText();
+        fsUtilsLog.Warn(L"RemoveDir: DeleteFile(" + path + L") error: " + error);
+    }
+}
+
+void RemoveEntry(const std::wstring& path, const WIN32_FIND_DATAW& entry) {
+    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        RemoveFile(path);
+    } else if (IsFolderLink(entry)) {
         // What the link points at belongs to somebody else.
         RemoveFolder(path);
     } else {
@@ -28,6 +34,13 @@ void RemoveEntry(const std::wstring& path, DWORD attributes) {
 }
 
 }  // namespace
+
+bool IsFolderLink(const WIN32_FIND_DATAW& entry) {
+    constexpr DWORD linkAttributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    // Other kinds of reparse points, such as files that are kept in a cloud, are no links.
+    return (entry.dwFileAttributes & linkAttributes) == linkAttributes &&
+           IsReparseTagNameSurrogate(entry.dwReserved0);
+}
 
 bool IsDotEntry(const wchar_t* name) {
     return lstrcmpW(name, L".") == 0 || lstrcmpW(name, L"..") == 0;
@@ -61,7 +74,7 @@ void RemoveDir(const wchar_t* path) {
     }
     do {
         if (!IsDotEntry(entry.cFileName)) {
-            RemoveEntry(folder + L"\\" + entry.cFileName, entry.dwFileAttributes);
+            RemoveEntry(folder + L"\\" + entry.cFileName, entry);
         }
     } while (FindNextFileW(search, &entry));
     FindClose(search);

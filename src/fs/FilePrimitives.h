@@ -1,10 +1,15 @@
 #pragma once
 
+#include <windows.h>
+
 #include <cstdint>
 #include <string>
 
 /// The small file operations that do not retry (RetryingOperations.h does). Results: 0 is success,
 /// -1 failure.
+
+/// True when an entry of an enumeration is a link to a folder, of whatever kind.
+bool IsFolderLink(const WIN32_FIND_DATAW& entry);
 
 /// True for the two entries of an enumeration that name the folder itself and its parent.
 bool IsDotEntry(const wchar_t* name);
@@ -14,7 +19,7 @@ bool IsDotEntry(const wchar_t* name);
 int CreateDir(const std::wstring& path);
 
 /// Deletes a folder tree as far as it goes: what cannot be deleted is logged and passed over. A
-/// link to a folder is deleted, its target never entered. Null does nothing.
+/// link to a folder in the tree is deleted, its target never entered. Null does nothing.
 void RemoveDir(const wchar_t* path);
 
 /// Reads a file into `content`, without a UTF-8 byte order mark at its start; of each 1024-byte

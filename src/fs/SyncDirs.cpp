@@ -20,7 +20,8 @@ std::wstring FoldCase(std::wstring name) {
 HANDLE OpenEnumeration(const std::wstring& folder, WIN32_FIND_DATAW& entry, const wchar_t* caller) {
     const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &entry);
     if (search == INVALID_HANDLE_VALUE) {
-        fsUtilsLog.Error(std::wstring(caller) + L": error of FindFirstFile: " + LastErrorText());
+        const std::wstring error = LastErrorText();
+        fsUtilsLog.Error(std::wstring(caller) + L": error of FindFirstFile: " + error);
     }
     return search;
 }
@@ -142,6 +143,10 @@ int RecursiveSearch(const std::wstring& folder, int depth, FSObject& object) {
             continue;
         }
         auto child = std::make_unique<FSObject>(folder + L"\\" + name, entry);
+        if (IsFolderLink(entry)) {
+            // Replaced like a file: what it points at is not to be changed.
+            child->isDirectory = 0;
+        }
         if (child->isDirectory) {
             result = RecursiveSearch(child->path, depth + 1, *child);
         }

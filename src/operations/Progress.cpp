@@ -70,8 +70,9 @@ void CProgressObject::SetStage(int newStage) {
     // The gate stands before the store: the stage that the window has seen stays the current one
     // until its question is answered.
     WaitForSingleObject(stageMutex, INFINITE);
-    ReleaseMutex(stageMutex);
+    // Still inside, so that the window never asks about a stage that the operation has left.
     stage = newStage;
+    ReleaseMutex(stageMutex);
     progressLog.Info(std::wstring(L"DO: ") + operationNames[operation] + L" : " +
                      stageTexts[newStage]);
 }

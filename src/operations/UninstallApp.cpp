@@ -21,9 +21,9 @@ namespace {
 void NoteRegisteredVersion(const GlobalVars& vars) {
     wchar_t text[installedVersionLength];
     if (ReadInstalledVersion(vars.appGuid.c_str(), text) >= 0) {
-        Version registered;
-        registered.Parse(std::wstring(text));
-        SetReportNewVersion(registered.wideText);
+        Version registeredVersion;
+        registeredVersion.Parse(std::wstring(text));
+        SetReportNewVersion(registeredVersion.wideText);
     }
 }
 
@@ -37,10 +37,10 @@ void LetAppCleanUp(CProgressObject& progress) {
 
 // The pin tool lies in the version's folder, so this comes before the removal.
 void Unpin(const GlobalVars& vars) {
-    Version installed;
+    Version installedVersion;
     if (PathFileExistsW(vars.versionFilePath.c_str()) &&
-        GetCurrentAppVersion(&vars, installed) == 0) {
-        UnpinFromTaskbar((vars.installDir + L"\\" + installed.wideText).c_str());
+        GetCurrentAppVersion(&vars, installedVersion) == 0) {
+        UnpinFromTaskbar((vars.installDir + L"\\" + installedVersion.wideText).c_str());
     }
 }
 
@@ -57,7 +57,8 @@ void RemoveFiles(CProgressObject& progress) {
 
 void Unregister(const GlobalVars& vars) {
     wchar_t key[260];
-    if (FormatUninstallKey(vars.appGuid.c_str(), key) >= 0) {
+    // Without the product's own name the path would be that of all products' entries.
+    if (!vars.appGuid.empty() && FormatUninstallKey(vars.appGuid.c_str(), key) >= 0) {
         RegDeleteTreeW(HKEY_CURRENT_USER, key);
     }
     DeleteFileW(programsShortcutPath);

@@ -9,7 +9,7 @@ class CProgressObject;
 struct GlobalVars;
 
 /// The steps that install and update share: putting a version's folder and the two programs with a
-/// fixed path in place. Each gives false after SetError.
+/// fixed path in place. Those with a truth value give false after SetError.
 
 /// What an operation knows of the version that it puts in place.
 struct VersionPlacement {
@@ -40,7 +40,7 @@ bool PlaceProgramFiles(CProgressObject& progress, const VersionPlacement& placem
 /// Writes the uninstall entry; rolls back on failure.
 bool RegisterVersion(CProgressObject& progress, const VersionPlacement& placement);
 
-/// Restores the version file (removes it when `oldVersionText` is empty) and, when there was one,
-/// the version's former folder. What else was written stays.
+/// Restores a version file that exists (removes it when `oldVersionText` is empty) and, when there
+/// was one, the version's former folder. What else was written stays.
 void RollbackInstall(const GlobalVars* vars, bool hadFolder, const std::wstring& versionFolder,
                      const std::wstring& backupFolder, std::string oldVersionText);

@@ -104,6 +104,14 @@ void AppendAnswer(const HandleQuery& query, const std::wstring& folder, std::wst
     }
 }
 
+// The call only asks for the thread's end, and until then it still uses what it shares with the
+// walk.
+void KillThread(HANDLE thread) {
+    TerminateThread(thread, 0);
+    WaitForSingleObject(thread, endTimeout);
+    CloseHandle(thread);
+}
+
 // Asks for one entry. Kills the thread, which becomes null, when there is no answer.
 void AskNextEntry(const HandleQuery& query, HANDLE& thread, const std::wstring& folder,
                   std::wstring& listing) {
@@ -111,9 +119,11 @@ void AskNextEntry(const HandleQuery& query, HANDLE& thread, const std::wstring& 
     SetEvent(query.requestEvent);
     if (WaitForSingleObject(query.replyEvent, replyTimeout) == WAIT_TIMEOUT) {
         findProcessesLog.Warn(L"EnumerateOpenedFiles: created thread hang, recreate thread");
-        TerminateThread(thread, 0);
-        CloseHandle(thread);
+        KillThread(thread);
         thread = nullptr;
+        // A thread that did not even begin left the request for its successor, which would then run
+        // one entry ahead.
+        ResetEvent(query.requestEvent);
         return;
     }
     AppendAnswer(query, folder, listing);
@@ -123,11 +133,12 @@ void EndThread(HANDLE thread) {
     if (thread == nullptr) {
         return;
     }
-    // The thread uses this thread's stack, so it must not outlive the walk.
+    // The thread uses the walk's stack.
     if (WaitForSingleObject(thread, endTimeout) == WAIT_TIMEOUT) {
-        TerminateThread(thread, 0);
+        KillThread(thread);
+    } else {
+        CloseHandle(thread);
     }
-    CloseHandle(thread);
 }
 
 void WalkTable(HandleQuery& query, const std::wstring& folder, std::wstring& listing) {

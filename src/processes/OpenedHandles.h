@@ -40,7 +40,7 @@ struct HandleQuery {
 };
 
 /// Index of the entry to take next, advanced by the thread before it touches an entry, so that one
-/// on which it hangs is not tried again. Read by the walk while the thread waits.
+/// on which it hangs is not tried again. The walk reads it between a reply and the next request.
 extern volatile DWORD nextHandleIndex;
 
 /// Appends a line for each open file whose path begins with `folder`, which is in lower case; also

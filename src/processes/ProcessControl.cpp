@@ -59,8 +59,9 @@ void LogWaitResult(DWORD result) {
 }
 
 void WarnAboutProcess(const wchar_t* call, DWORD pid) {
+    const std::wstring error = LastErrorText();
     processesUtilsLog.Warn(L"GetProcessFullName: " + std::wstring(call) + L" for pid [" +
-                           DecimalText(pid) + L"]: " + LastErrorText());
+                           DecimalText(pid) + L"]: " + error);
 }
 
 }  // namespace
@@ -101,7 +102,8 @@ void ProcessTree::FindProcessesByName(const std::wstring& name, ProcessList& lis
             continue;
         }
         const auto parent = byPid.find(record->parentPid);
-        if (parent != byPid.end() && EqualNames(parent->second->exeName, name)) {
+        if (parent != byPid.end() && parent->first != ownPid &&
+            EqualNames(parent->second->exeName, name)) {
             continue;
         }
         if (visited.count(pid) != 0) {

@@ -10,7 +10,7 @@
 /// Finding, ending and waiting for processes. Everything works on a snapshot: a process that starts
 /// later is not seen, one that has ended since fails to open and costs a WARN line. Names are
 /// compared whole and without case, paths as prefixes without case, whatever stands behind the
-/// prefix. No operation here ends or waits for this process itself.
+/// prefix. The searches leave this process out, so that nothing ends it or waits for it.
 
 struct ProcessRecord {
     DWORD pid = 0;

@@ -1,6 +1,8 @@
 #include <windows.h>
 #include <stdlib.h>
 
+#include <string>
+
 #include "diagnostics/ErrorReport.h"
 #include "operations/Progress.h"
 #include "resources/ResourceIds.h"
@@ -111,6 +113,7 @@ int RunOperation(int showCommand) {
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int showCommand) {
     SearchLibrariesInSystemFolderOnly();
     FillGlobalVars(instance);
+    RememberOwnPath();
     SetTempDirAsCurrent();
     if (globalVars.generateReport) {
         return WriteProcessReport();

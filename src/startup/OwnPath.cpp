@@ -3,14 +3,33 @@
 #include <windows.h>
 #include <stdlib.h>
 
-std::wstring OwnPath() {
-    // The longest path that the system handles.
-    constexpr DWORD longest = 32767;
-    std::wstring path(longest, L'\0');
-    const DWORD length = GetModuleFileNameW(nullptr, path.data(), longest);
-    if (length > 0 && length < longest) {
-        path.resize(length);
-        return path;
+namespace {
+
+// The longest path that the system handles.
+constexpr DWORD longestPath = 32767;
+
+// Set once at the start, by the main thread.
+std::wstring& ownPath = *new std::wstring;
+
+// Empty unless the call gave a length that fits.
+void CutToResult(std::wstring& path, DWORD length) {
+    path.resize(length < longestPath ? length : 0);
+}
+
+}  // namespace
+
+const std::wstring& OwnPath() {
+    if (ownPath.empty()) {
+        RememberOwnPath();
     }
-    return __argc > 0 && __wargv[0] != nullptr ? std::wstring(__wargv[0]) : std::wstring();
+    return ownPath;
+}
+
+void RememberOwnPath() {
+    ownPath.assign(longestPath, L'\0');
+    CutToResult(ownPath, GetModuleFileNameW(nullptr, ownPath.data(), longestPath));
+    if (ownPath.empty() && __argc > 0 && __wargv[0] != nullptr) {
+        ownPath.assign(longestPath, L'\0');
+        CutToResult(ownPath, GetFullPathNameW(__wargv[0], longestPath, ownPath.data(), nullptr));
+    }
 }

@@ -3,6 +3,8 @@
 #include <windows.h>
 #include <strsafe.h>
 
+#include <string>
+
 #include "diagnostics/Log.h"
 #include "fs/RetryingOperations.h"
 #include "processes/OpenedFiles.h"
