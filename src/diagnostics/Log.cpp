@@ -1,9 +1,8 @@
-#include "diagnostics/DecimalText.h"
 #include "diagnostics/Log.h"
 
 #include <strsafe.h>
 
-#include <utility>
+#include "diagnostics/DecimalText.h"
 
 namespace {
 

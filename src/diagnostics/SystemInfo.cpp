@@ -137,8 +137,8 @@ std::wstring GetEnvironmentInfo() {
 
 std::wstring GetExecutablePath() {
     wchar_t path[256];
-    const DWORD length = GetModuleFileNameW(nullptr, path, 256);
-    return std::wstring(path, length);
+    // A path that does not fit comes cut, with a terminator.
+    return GetModuleFileNameW(nullptr, path, 256) == 0 ? std::wstring() : std::wstring(path);
 }
 
 std::wstring GetCurrentDirectoryText() {

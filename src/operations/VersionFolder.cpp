@@ -82,7 +82,7 @@ bool SupplyUninstaller(CProgressObject& progress) {
     if (PathFileExistsW(extractUninstallExePath)) {
         return true;
     }
-    const std::wstring ownPath = OwnPath();
+    const std::wstring& ownPath = OwnPath();
     if (SHCopyObject(ownPath, extractUninstallExePath, false) < 0) {
         progress.SetError(ErrorCopyFile, {ownPath.c_str(), extractUninstallExePath});
         return false;

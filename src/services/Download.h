@@ -14,5 +14,6 @@ bool downloadFile(const wchar_t* url, const wchar_t* destPath, IBindStatusCallba
 HRESULT urlDownloadToFile(const wchar_t* url, const wchar_t* destPath,
                           IBindStatusCallback* callback);
 
-/// Length of the address buffers, terminator included. A longer address is not fetched.
+/// Length of the address buffers, terminator included. A longer address is cut; whoever must not
+/// fetch another one than was meant refuses it before.
 constexpr int urlBufferLength = 1024;

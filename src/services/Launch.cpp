@@ -117,7 +117,12 @@ DWORD RunAs(HWND ownerWindow) {
     execute.lpFile = ownPath;
     execute.lpParameters = parameters.c_str();
     execute.nShow = SW_SHOWNORMAL;
-    return ShellExecuteExW(&execute) ? 0 : GetLastError();
+    if (ShellExecuteExW(&execute)) {
+        return 0;
+    }
+    // Some refusals leave no code, and 0 would stand for a started copy.
+    const DWORD error = GetLastError();
+    return error == ERROR_SUCCESS ? ERROR_CANCELLED : error;
 }
 
 int CheckSingleInstance(std::wstring lockName, std::wstring windowClass) {

@@ -30,5 +30,6 @@ bool IsRunAsAdmin();
 DWORD RunAs(HWND ownerWindow);
 
 /// Takes the named lock until the process ends. 0 when this process is the first; 1 when another
-/// one holds it, whose window of the class `windowClass` then comes to the foreground.
+/// one holds it or it cannot be made. A window of the class `windowClass`, unless that is empty,
+/// then comes to the foreground.
 int CheckSingleInstance(std::wstring lockName, std::wstring windowClass);

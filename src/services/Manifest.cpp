@@ -1,9 +1,8 @@
 #include "services/Manifest.h"
 
-#include <nlohmann/json.hpp>
-
 #include "fs/FilePrimitives.h"
 #include "services/Bitness.h"
+#include "services/JsonTree.h"
 
 namespace {
 
@@ -16,8 +15,9 @@ std::string StringOrEmpty(Json& object, const char* key) {
 
 int ReadManifest(const std::string& text, Manifest& manifest) {
     Json root;
-    nlohmann::detail::json_sax_dom_parser<Json> builder(root);
-    Json::sax_parse(text, &builder);
+    if (!ParseJson(text, root)) {
+        return -1;
+    }
     Json& version = root["version"];
     if (!version.is_string()) {
         return -1;

@@ -18,7 +18,10 @@ constexpr UINT bytesPerPixel = 4;
 // A movable copy for the stream, which frees it.
 HGLOBAL CopyToGlobal(const void* data, DWORD size) {
     const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, size);
-    void* target = memory ? GlobalLock(memory) : nullptr;
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    void* target = GlobalLock(memory);
     if (target == nullptr) {
         GlobalFree(memory);
         return nullptr;

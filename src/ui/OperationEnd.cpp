@@ -1,5 +1,6 @@
 #include "ui/OperationEnd.h"
 
+#include <cwchar>
 #include <string>
 
 #include "diagnostics/ErrorReport.h"
@@ -13,6 +14,18 @@ namespace {
 
 int ShowBox(HWND window, int text, UINT flags) {
     return MessageBoxW(window, GetString(text), GetString(TextTitle), flags);
+}
+
+// The command processor would take an address apart at these characters.
+std::wstring EscapeForShell(const std::wstring& address) {
+    std::wstring escaped;
+    for (const wchar_t character : address) {
+        if (wcschr(L"&|<>^", character) != nullptr) {
+            escaped += L'^';
+        }
+        escaped += character;
+    }
+    return escaped;
 }
 
 void FinishInstall(HWND window, const GlobalVars& vars, const CProgressObject& progress,
@@ -73,5 +86,6 @@ void ShowFailure(HWND window, int operation) {
 
 void OpenFullInstallerPage(const GlobalVars& vars) {
     const std::wstring address = vars.offlineInstallerUrl + (Is64BitSystem() ? L"x64" : L"x32");
-    ExecuteApp(L"cmd.exe", (L"/c start " + address).c_str(), CREATE_NO_WINDOW, false);
+    ExecuteApp(L"cmd.exe", (L"/c start " + EscapeForShell(address)).c_str(), CREATE_NO_WINDOW,
+               false);
 }

@@ -14,5 +14,5 @@ void FinishOperation(HWND window, const GlobalVars& vars, const CProgressObject&
 /// The box that tells of a failed operation; an update shows none.
 void ShowFailure(HWND window, int operation);
 
-/// The address from which the user's browser fetches the full installer.
+/// Opens, in the user's browser, the address of the full installer for this system.
 void OpenFullInstallerPage(const GlobalVars& vars);

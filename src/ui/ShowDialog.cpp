@@ -9,7 +9,8 @@ int dialogResult = 0;
 namespace {
 
 int RefuseAfter(const wchar_t* call) {
-    utilsLog.Error(std::wstring(L"ShowDialog: ") + call + L" error: " + LastErrorText());
+    const std::wstring error = LastErrorText();
+    utilsLog.Error(std::wstring(L"ShowDialog: ") + call + L" error: " + error);
     return IDCANCEL;
 }
 
