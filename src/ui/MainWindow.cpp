@@ -13,6 +13,7 @@
 #include "ui/BackgroundImage.h"
 #include "ui/DialogRequests.h"
 #include "ui/OperationEnd.h"
+#include "ui/ProgressControls.h"
 #include "ui/ShowDialog.h"
 #include "ui/Texts.h"
 
@@ -21,17 +22,6 @@ namespace {
 constexpr UINT_PTR tickTimer = 1;
 constexpr UINT tickPeriod = 10;
 
-// Places on the picture, in pixels. The picture holds the track of the bar.
-constexpr int barLeft = 90;
-constexpr int barTop = 176;
-constexpr int barFullWidth = 319;
-constexpr int barHeight = 15;
-constexpr int titleTop = 127;
-constexpr int titleHeight = 30;
-constexpr int titleFontHeight = 28;
-constexpr int statusTop = 200;
-constexpr int statusHeight = 15;
-constexpr int statusFontHeight = 12;
 // An update does its work out of sight.
 constexpr int offScreen = -1000;
 
@@ -45,10 +35,7 @@ struct WindowState {
     HBITMAP backgroundBitmap;
     int windowWidth;
     int windowHeight;
-    HBITMAP barBitmap;
-    HWND barControl;
-    HWND titleLabel;
-    HWND statusLabel;
+    ProgressControls controls;
     int lastPosition;
     int lastStage;
     bool operationEnded;
@@ -78,33 +65,6 @@ void PlaceWindow(HWND window) {
     SetWindowPos(window, nullptr, x, y, state.windowWidth, state.windowHeight, SWP_SHOWWINDOW);
 }
 
-HWND CreateStatic(HWND window, DWORD style, int x, int y, int width, int height) {
-    return CreateWindowExW(0, L"STATIC", nullptr, WS_CHILD | WS_VISIBLE | style, x, y, width,
-                           height, window, nullptr, state.moduleInstance, nullptr);
-}
-
-void UseFont(HWND label, int height) {
-    const HFONT font = CreateFontW(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
-                                   OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY,
-                                   DEFAULT_PITCH, nullptr);
-    SendMessageW(label, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
-}
-
-void ShowBarPicture() {
-    SendMessageW(state.barControl, STM_SETIMAGE, IMAGE_BITMAP,
-                 reinterpret_cast<LPARAM>(state.barBitmap));
-}
-
-void CreateControls(HWND window) {
-    state.barControl = CreateStatic(window, SS_BITMAP, barLeft, barTop, 0, barHeight);
-    ShowBarPicture();
-    state.titleLabel = CreateStatic(window, SS_CENTER, 0, titleTop, state.windowWidth, titleHeight);
-    state.statusLabel =
-        CreateStatic(window, SS_CENTER, 0, statusTop, state.windowWidth, statusHeight);
-    UseFont(state.titleLabel, titleFontHeight);
-    UseFont(state.statusLabel, statusFontHeight);
-}
-
 int FirstStatusText() {
     switch (state.operation) {
         case OperationUninstall:
@@ -130,27 +90,17 @@ void StartWorker(HWND window) {
 }
 
 void HandleCreate(HWND window) {
-    state.barBitmap = LoadBitmapW(state.moduleInstance, MAKEINTRESOURCEW(IDB_BAR));
     const HICON icon = LoadIconW(state.moduleInstance, MAKEINTRESOURCEW(IDI_PRODUCT));
     UseShadowWithoutFrame(window);
     PlaceWindow(window);
     SendMessageW(window, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
     SendMessageW(window, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
-    CreateControls(window);
+    state.controls = CreateProgressControls(window, state.moduleInstance, state.windowWidth);
     SetWindowTextW(window, GetString(TextTitle));
-    SetWindowTextW(state.titleLabel, GetString(TextProductName));
-    SetWindowTextW(state.statusLabel, GetString(FirstStatusText()));
+    SetWindowTextW(state.controls.titleLabel, GetString(TextProductName));
+    SetWindowTextW(state.controls.statusLabel, GetString(FirstStatusText()));
     SetTimer(window, tickTimer, tickPeriod, nullptr);
     StartWorker(window);
-}
-
-void DrawBar() {
-    const CProgressObject& progress = *state.progress;
-    const int width = BarWidth(state.lastPosition, progress.rangeMin, progress.rangeMax);
-    state.barBitmap = static_cast<HBITMAP>(
-        CopyImage(state.barBitmap, IMAGE_BITMAP, width, barHeight, LR_COPYDELETEORG));
-    ShowBarPicture();
-    InvalidateRect(state.barControl, nullptr, TRUE);
 }
 
 void ShowStatusOfStage(HWND window) {
@@ -159,7 +109,7 @@ void ShowStatusOfStage(HWND window) {
     }
     const int text = StatusTextOfStage(state.lastStage, state.vars->isOffline);
     if (text >= 0) {
-        SetWindowTextW(state.statusLabel, GetString(text));
+        SetWindowTextW(state.controls.statusLabel, GetString(text));
         // The label is transparent: its old letters go only with the picture beneath.
         InvalidateRect(window, nullptr, TRUE);
     }
@@ -168,7 +118,8 @@ void ShowStatusOfStage(HWND window) {
 void HandleTick(HWND window) {
     if (const int position = state.progress->position; position != state.lastPosition) {
         state.lastPosition = position;
-        DrawBar();
+        DrawBar(state.controls,
+                BarWidth(position, state.progress->rangeMin, state.progress->rangeMax));
     }
     if (const int stage = state.progress->stage; stage != state.lastStage) {
         state.lastStage = stage;
@@ -275,10 +226,6 @@ int RunMessageLoop() {
 }
 
 }  // namespace
-
-int BarWidth(int position, int rangeMin, int rangeMax) {
-    return position * barFullWidth / (rangeMax - rangeMin);
-}
 
 int StatusTextOfStage(int stage, bool isOffline) {
     if (stage >= StageUnpack) {

@@ -12,8 +12,5 @@ struct GlobalVars;
 /// closing the window up to the unpacking; while it asks, the operation stops at its next stage.
 int CreateMainWindow(int showCommand, GlobalVars* vars, int operation);
 
-/// Width in pixels of the bar at `position` on the scale from `rangeMin` to `rangeMax`.
-int BarWidth(int position, int rangeMin, int rangeMax);
-
 /// Row of the status text that an install shows from `stage` on; -1 while it keeps the one it has.
 int StatusTextOfStage(int stage, bool isOffline);
