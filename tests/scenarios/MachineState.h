@@ -1,0 +1,39 @@
+#pragma once
+
+/// What the product can change on the machine, as one table of plain texts: a scenario takes it
+/// before and after, or composes what is expected, and compares.
+
+#include <map>
+#include <string>
+
+/// Where an entry lies -> what it holds. The places begin with
+///   app\ roaming\ menu\ temp\   the folders of `Places`; a folder's own entry ends in a backslash
+///   entry\                      the values of the uninstall key
+/// A short text file is shown as it is, another one as size and checksum, a shortcut by its fields,
+/// the saved error report as `savedReport`, the records of the sample programs as `sampleRecord`.
+using State = std::map<std::string, std::string>;
+
+constexpr char folderMark[] = "folder";
+constexpr char savedReport[] = "error report";
+constexpr char sampleRecord[] = "record";
+constexpr char savedReportPlace[] = "temp\\.quorvane-error-report.txt";
+
+State TakeState();
+
+/// Adds a folder's tree under another name, such as "app\\1.2.3\\"; the folder itself too. Adds
+/// nothing when the folder is missing.
+void AddTree(State& state, const std::string& place, const std::wstring& folder);
+
+/// What a file's entry holds.
+std::string DescribeFile(const std::wstring& path);
+
+/// What a shortcut's entry holds.
+std::string DescribeShortcut(const std::wstring& target, const std::wstring& arguments,
+                             const std::wstring& icon, const std::wstring& description,
+                             const std::wstring& workingFolder);
+
+/// Empty when they are equal; otherwise a line for each entry: "missing", "extra" or "differs".
+std::string Differences(const State& expected, const State& actual);
+
+/// Removes the entries whose place begins so.
+void Drop(State& state, const std::string& place);

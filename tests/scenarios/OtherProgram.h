@@ -1,0 +1,30 @@
+#pragma once
+
+/// A process that the program under test has started: a copy of itself, the sample's programs.
+
+#include <windows.h>
+
+#include <string>
+
+class OtherProgram {
+  public:
+    /// Waits for a running program with this file name, other than the given process; a failure of
+    /// the test when none comes.
+    explicit OtherProgram(const std::wstring& exeName, DWORD except = 0);
+    ~OtherProgram();
+    OtherProgram(const OtherProgram&) = delete;
+    OtherProgram& operator=(const OtherProgram&) = delete;
+
+    /// As of SetupRun.
+    int WaitForEnd();
+    void Answer(const char* text, int button);
+
+    /// As it was started with.
+    std::wstring CommandLine() const;
+
+    HANDLE process = nullptr;
+    DWORD processId = 0;
+};
+
+/// Waits until no program with this file name runs; a failure of the test when one stays.
+void WaitUntilNoneRuns(const std::wstring& exeName);

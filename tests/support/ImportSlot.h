@@ -1,0 +1,10 @@
+#pragma once
+
+#include <windows.h>
+
+/// Where the loader keeps the address of a function that this process's executable calls by name;
+/// null when it imports no such function. A null library means any. The page may be read-only.
+FARPROC* FindImportSlot(const char* library, const char* function);
+
+/// Stores an address in a slot, whatever the page's protection.
+void WriteImportSlot(FARPROC* slot, FARPROC function);

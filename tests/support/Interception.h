@@ -1,0 +1,71 @@
+#pragma once
+
+/// Starts a program with some of its calls made to fail or to wait, from its first instruction on.
+/// For what cannot be produced for real; the program's file is the one that is shipped.
+
+#include <windows.h>
+
+#include <climits>
+#include <string>
+#include <vector>
+
+#include "support/InterceptionTable.h"
+
+constexpr LONG everyCall = LONG_MAX;
+
+/// Which calls: those of this function whose text holds `text`, from firstCall on, callCount of
+/// them. What a call's text is stands in the table in Interception.cpp: for file functions the
+/// paths ("from > to"), for SHFileOperationW "move from > to", for RegSetValueExW the value's name,
+/// for CreateProcessW the command line, for Sleep and WaitForSingleObject the milliseconds.
+struct CallChoice {
+    const char* function;
+    std::wstring text;
+    LONG firstCall = 1;
+    LONG callCount = everyCall;
+};
+
+/// The calls fail with this error, as the function does it by its own rules.
+InterceptionRow FailCall(const CallChoice& choice, DWORD error);
+
+/// The calls do nothing and report success: pauses that a test need not wait for.
+InterceptionRow SkipCall(const CallChoice& choice);
+
+/// The calls wait for Interceptions::Release before they are carried out.
+InterceptionRow HoldCall(const CallChoice& choice);
+
+/// The calls are counted and carried out.
+InterceptionRow CountCall(CallChoice choice);
+
+class Interceptions {
+  public:
+    explicit Interceptions(const std::vector<InterceptionRow>& rows) : rows(rows) {}
+    ~Interceptions();
+    Interceptions(const Interceptions&) = delete;
+    Interceptions& operator=(const Interceptions&) = delete;
+
+    /// For a 32-bit process that was created suspended: loads the agent (a library beside this
+    /// program) into it and lets it run. False, with a failure added to the test, when it could not
+    /// be done; the process is then still there. Without rows just lets the process run.
+    bool Attach(const PROCESS_INFORMATION& process);
+
+    /// Calls that fitted row `index` so far, those outside its range included. Valid after the end
+    /// of the process too.
+    LONG Calls(std::size_t index) const;
+
+    /// Waits until a call of this row is held; false when the process ended before or 20 seconds
+    /// went by.
+    bool WaitUntilHeld(std::size_t index);
+
+    /// Lets the held call go on.
+    void Release(std::size_t index);
+
+  private:
+    bool Share(DWORD processId);
+
+    std::vector<InterceptionRow> rows;
+    HANDLE process = nullptr;
+    HANDLE mapping = nullptr;
+    InterceptionTable* table = nullptr;
+    std::vector<HANDLE> reachedEvents;
+    std::vector<HANDLE> goEvents;
+};
