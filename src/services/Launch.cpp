@@ -127,6 +127,7 @@ DWORD RunAs(HWND ownerWindow) {
 
 int CheckSingleInstance(std::wstring lockName, std::wstring windowClass) {
     // Never closed: the lock lasts as long as the process.
+    // cppcheck-suppress leakReturnValNotUsed ; meant, see above
     CreateMutexW(nullptr, FALSE, lockName.c_str());
     if (GetLastError() == ERROR_SUCCESS) {
         return 0;

@@ -76,7 +76,8 @@ const wchar_t* GetString(int index) {
     std::memcpy(&header, table.data, sizeof header);
     const std::uint32_t row = static_cast<std::uint32_t>(index);
     const std::uint32_t column = static_cast<std::uint32_t>(GetLanguageIndex());
-    const std::uint32_t position = sizeof header + (column * header.rows + row) * 4;
+    const std::uint64_t cell = std::uint64_t{column} * header.rows + row;
+    const std::uint64_t position = sizeof header + cell * 4;
     if (header.magic != textTableMagic || row >= header.rows || column >= header.columns ||
         position + 4 > table.size) {
         return L"";
