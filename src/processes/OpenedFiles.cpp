@@ -3,14 +3,9 @@
 #include <shlwapi.h>
 #include <tlhelp32.h>
 
-#include <cwctype>
-
-#include "diagnostics/DecimalText.h"
+#include "processes/OpenedFileLines.h"
 #include "processes/OpenedHandles.h"
-#include "processes/ProcessControl.h"
 #include "services/Bitness.h"
-
-std::unordered_map<DWORD, ProcessInfo>& processCache = *new std::unordered_map<DWORD, ProcessInfo>;
 
 namespace {
 
@@ -57,24 +52,7 @@ void EnumerateModulesOf(DWORD pid, const std::wstring& executable, const std::ws
     CloseHandle(snapshot);
 }
 
-// For a process that is not in the cache: it has started since, or it is gone.
-ProcessInfo DescribeUnknownProcess(DWORD processId) {
-    const std::wstring fullPath = GetProcessFullName(processId);
-    if (!fullPath.empty()) {
-        return {PathFindFileNameW(fullPath.c_str()), fullPath};
-    }
-    constexpr DWORD systemProcess = 4;
-    return {processId == systemProcess ? L"System" : L"Unknown Process", L""};
-}
-
 }  // namespace
-
-std::wstring ToLowerCase(std::wstring text) {
-    for (wchar_t& character : text) {
-        character = static_cast<wchar_t>(std::towlower(character));
-    }
-    return text;
-}
 
 std::wstring GetOpenedFilesListing(const std::wstring& folder) {
     std::wstring listing;
@@ -104,39 +82,14 @@ bool EnableDebugPrivilege() {
     return isEnabled;
 }
 
-void BuildProcessCache() {
-    processCache.clear();
-    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Process32FirstW(snapshot, &entry); more;
-         more = Process32NextW(snapshot, &entry)) {
-        processCache[entry.th32ProcessID] = {entry.szExeFile,
-                                             GetProcessFullName(entry.th32ProcessID)};
-    }
-    CloseHandle(snapshot);
-}
-
 void EnumerateLoadedModules(const std::wstring& folder, std::wstring& listing) {
     std::wstring shortFolder = ShortForm(folder);
     if (shortFolder == folder) {
         shortFolder.clear();
     }
-    // A copy, since a line may add a process to the cache.
-    const auto processes = processCache;
-    for (const auto& [pid, process] : processes) {
+    for (const auto& [pid, process] : processCache) {
         if (pid != 0) {
             EnumerateModulesOf(pid, process.fullPath, folder, shortFolder, listing);
         }
     }
-}
-
-std::wstring FormatOpenedFileLine(DWORD processId, bool isModule, const std::wstring& path) {
-    auto known = processCache.find(processId);
-    if (known == processCache.end()) {
-        known = processCache.emplace(processId, DescribeUnknownProcess(processId)).first;
-    }
-    const ProcessInfo& process = known->second;
-    return L"[" + DecimalText(processId) + L"] " + process.name + L" (" + process.fullPath +
-           L") [" + (isModule ? L"module " : L"") + path + L"]\n";
 }

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "diagnostics/Log.h"
-#include "processes/OpenedFiles.h"
+#include "processes/OpenedFileLines.h"
 
 volatile DWORD nextHandleIndex = 0;
 

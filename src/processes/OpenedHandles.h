@@ -49,5 +49,3 @@ void EnumerateOpenedFiles(const std::wstring& folder, std::wstring& listing);
 
 /// Procedure of the enumeration thread; `query` is a HandleQuery.
 DWORD WINAPI HandleQueryThreadProc(void* query);
-
-std::wstring ToLowerCase(std::wstring text);

@@ -1,3 +1,4 @@
+#include "processes/OpenedFileLines.h"
 #include "processes/OpenedFiles.h"
 
 #include <shlwapi.h>

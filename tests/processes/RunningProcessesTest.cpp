@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "processes/OpenedFileLines.h"
 #include "processes/OpenedFiles.h"
 #include "processes/OpenedHandles.h"
 #include "processes/ProcessControl.h"
