@@ -48,9 +48,19 @@ class FileServer {
                                    std::to_string(file.size()) + "\r\n\r\n" + file;
         SOCKET connection;
         while ((connection = accept(listener, nullptr, nullptr)) != INVALID_SOCKET) {
-            char request[4096];
-            if (recv(connection, request, sizeof request, 0) > 4 && *request == 'G') {
+            // The whole request is read: closing on bytes that wait resets the connection, and a
+            // transfer that is reset in the middle never ends.
+            std::string request;
+            char part[4096];
+            do {
+                const int count = recv(connection, part, sizeof part, 0);
+                request.append(part, std::max(count, 0));
+            } while (request.starts_with("GET ") && !request.ends_with("\r\n\r\n"));
+            if (request.starts_with("GET ")) {
                 send(connection, answer.data(), static_cast<int>(answer.size()), 0);
+                shutdown(connection, SD_SEND);
+                while (recv(connection, part, sizeof part, 0) > 0) {
+                }
             }
             closesocket(connection);
         }

@@ -74,6 +74,22 @@ std::wstring OtherProgram::CommandLine() const {
     return line;
 }
 
+bool OtherProgram::HasHandleOf(DWORD otherId) const {
+    // Handles are multiples of four, the first ones low.
+    for (ULONG_PTR value = 4; value < 0x1000; value += 4) {
+        HANDLE copy = nullptr;
+        if (DuplicateHandle(process, reinterpret_cast<HANDLE>(value), GetCurrentProcess(), &copy,
+                            PROCESS_QUERY_LIMITED_INFORMATION, FALSE, 0)) {
+            const DWORD found = GetProcessId(copy);
+            CloseHandle(copy);
+            if (found == otherId) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 void WaitUntilNoneRuns(const std::wstring& exeName) {
     EXPECT_TRUE(WaitUntil([&] { return RunningPrograms(exeName).empty(); }))
         << Narrow(exeName) << " still runs";

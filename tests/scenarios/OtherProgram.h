@@ -22,6 +22,9 @@ class OtherProgram {
     /// As it was started with.
     std::wstring CommandLine() const;
 
+    /// It has a handle of that process open, as one that waits for its end.
+    bool HasHandleOf(DWORD otherId) const;
+
     HANDLE process = nullptr;
     DWORD processId = 0;
 };

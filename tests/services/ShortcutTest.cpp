@@ -131,6 +131,7 @@ TEST_F(CreateShortCutTest, WritesTheFileWithoutAPropertyThatFails) {
         EXPECT_EQ(calls, expected);
         EXPECT_TRUE(Exists(file));
     };
+    setResult = commitResult = S_OK;
     expectCalls(S_OK, L"set Name;commit;");
     commitResult = E_FAIL;
     expectCalls(E_FAIL, L"set Name;commit;");

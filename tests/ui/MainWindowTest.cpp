@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <utility>
 
 #include "diagnostics/Log.h"
 #include "operations/Progress.h"
@@ -237,11 +238,13 @@ TEST(MainWindow, FailsWithoutClassOrWindow) {
 TEST(MainWindow, ActsOnceOnTheEndOfTheOperation) {
     WindowRun run;
     progressObject.report.SetMessage(L"the-failure");
+    bool isFirst = true;
     run.boxes.whileOpen = [&] {
         // A tick that was already on its way.
-        run.boxes.whileOpen = nullptr;
-        SendMessageW(mainWindowHandle, WM_TIMER, 1, 0);
-        EXPECT_TRUE(IsWindow(mainWindowHandle));
+        if (std::exchange(isFirst, false)) {
+            SendMessageW(mainWindowHandle, WM_TIMER, 1, 0);
+            EXPECT_TRUE(IsWindow(mainWindowHandle));
+        }
     };
     const auto end = [&](HWND window) {
         progressObject.errorCode = ErrorManifest;
