@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <cwctype>
 
 #include <nlohmann/json.hpp>
 
+#include "kit/FileNames.h"
 #include "kit/Files.h"
 
 namespace {
@@ -34,32 +34,12 @@ bool IsNumberUpTo(const std::wstring& text, unsigned long limit) {
            std::wcstoul(text.c_str(), nullptr, 10) <= limit;
 }
 
-/// Names that mean a device in any folder and with any extension. The list is that of "Naming
-/// Files, Paths, and Namespaces" in the platform's documentation.
-bool IsDeviceName(std::wstring name) {
-    name.resize(std::min(name.size(), name.find(L'.')));
-    while (!name.empty() && name.back() == L' ')
-        name.pop_back();
-    std::transform(name.begin(), name.end(), name.begin(), std::towupper);
-    if (name == L"CON" || name == L"PRN" || name == L"AUX" || name == L"NUL")
-        return true;
-    const std::wstring stem = name.substr(0, 3);
-    return name.size() == 4 && (stem == L"COM" || stem == L"LPT") &&
-           std::wstring_view(L"123456789\u00B9\u00B2\u00B3").find(name[3]) != std::wstring::npos;
-}
-
 const char* JudgeDisplayName(const std::wstring& name) {
     if (name.size() > longestDisplayName)
         return "expected at most 64 characters";
-    const auto isControl = [](wchar_t character) { return character < 32; };
-    if (name.find_first_of(L"<>:\"/\\|?*") != std::wstring::npos ||
-        std::any_of(name.begin(), name.end(), isControl))
-        return "expected a name for files: none of < > : \" / \\ | ? * and no control characters";
-    if (name.front() == L' ' || name.back() == L' ' || name.back() == L'.')
-        return "expected a name for files: no blank at either end, no full stop at its end";
-    if (IsDeviceName(name))
-        return "expected a name for files: the system keeps this one for a device";
-    return nullptr;
+    if (name.front() == L' ')
+        return "expected a name with no blank in front";
+    return JudgeFileName(name);
 }
 
 const char* JudgeSlug(const std::wstring& slug) {

@@ -4,52 +4,23 @@
 
 #include <string_view>
 
+#include "kit/ArchiveSection.h"
 #include "kit/Files.h"
 #include "kit/PeChecksum.h"
 #include "kit/StringTable.h"
 #include "kit/TextTable.h"
 #include "kit/VersionBlock.h"
+#include "kit/ZipWriter.h"
 #include "resources/ResourceIds.h"
 
 namespace {
 
 // Russian; the program finds the resources of a language whatever the user's is.
 constexpr WORD resourceLanguage = 1049;
-constexpr std::uint64_t archiveLimit = 0x80000000;  // 2 GiB: a module cannot be mapped beyond it
 
 std::string Failed(const std::string& what, const std::wstring& path, DWORD error) {
     return Narrow(path) + ": " + what + ": " + DescribeError(error);
 }
-
-/// The archive's bytes, mapped rather than read.
-struct MappedFile {
-    HANDLE file = INVALID_HANDLE_VALUE;
-    HANDLE mapping = nullptr;
-    void* data = nullptr;
-    DWORD size = 0;
-
-    DWORD Open(const std::wstring& path) {
-        file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
-                           nullptr);
-        if (file == INVALID_HANDLE_VALUE)
-            return GetLastError();
-        size = GetFileSize(file, nullptr);
-        mapping = CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
-        if (mapping == nullptr)
-            return GetLastError();
-        data = MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
-        return data == nullptr ? GetLastError() : 0;
-    }
-
-    ~MappedFile() {
-        if (data != nullptr)
-            UnmapViewOfFile(data);
-        if (mapping != nullptr)
-            CloseHandle(mapping);
-        if (file != INVALID_HANDLE_VALUE)
-            CloseHandle(file);
-    }
-};
 
 std::string CheckArchive(const std::wstring& path) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
@@ -119,25 +90,15 @@ void AddProduct(Update& update, const Product& product) {
     update.Add("version", RT_VERSION, VS_VERSION_INFO, EncodeVersionBlock(product.identity));
 }
 
-void AddArchive(Update& update, const std::wstring& path) {
-    MappedFile archive;
-    const DWORD error = archive.Open(path);
-    if (error != 0) {
-        update.error = error;
-        return;
-    }
-    update.Add(L"DISTR", IDR_ARCHIVE, archive.data, archive.size);
-    update.parts.push_back({"archive", archive.size});
-}
-
 DWORD WriteResources(const std::wstring& path, const StampJob& job, const Product& product,
                      std::vector<StampedPart>& parts) {
     Update update = {BeginUpdateResourceW(path.c_str(), FALSE), 0, parts};
     if (update.handle == nullptr)
         return GetLastError();
     AddProduct(update, product);
-    if (!job.archive.empty() && update.error == 0)
-        AddArchive(update, job.archive);
+    // A placeholder: the archive itself is too large for the system's update.
+    if (!job.archive.empty())
+        update.Add(L"DISTR", IDR_ARCHIVE, "archive", 7);
     const bool discard = update.error != 0;
     if (!EndUpdateResourceW(update.handle, discard) && !discard)
         return GetLastError();
@@ -181,13 +142,16 @@ std::string StampProduct(const StampJob& job, const Product& product,
     else if ((error = WriteResources(work, job, product, parts)) != 0)
         wrong = Failed("the resources cannot be written", work, error);
     else if (!IsComplete(work, parts))
-        wrong =
-            Narrow(job.out) + ": the system left out resources; the archive is too large for it";
+        wrong = Narrow(job.out) + ": the system left out resources";
+    else if (!job.archive.empty() && (error = AppendArchive(work, job.archive)) != 0)
+        wrong = Failed("the archive cannot be put in", work, error);
     else if ((error = WritePeChecksum(work)) != 0)
         wrong = Failed("the checksum cannot be written", work, error);
     else if (!MoveFileExW(work.c_str(), job.out.c_str(), MOVEFILE_REPLACE_EXISTING))
         wrong = Failed("cannot be replaced", job.out, GetLastError());
     if (!wrong.empty())
         DeleteFileW(work.c_str());
+    else if (!job.archive.empty())
+        parts.push_back({"archive", ReadFileSize(job.archive)});
     return wrong;
 }

@@ -1,9 +1,8 @@
-#include <windows.h>
-
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "kit/Console.h"
 #include "kit/Files.h"
 #include "kit/ProductFolder.h"
 #include "kit/Stamp.h"
@@ -21,25 +20,10 @@ constexpr const char* help =
     "makes an offline setup. --check runs the checks alone and writes nothing.\n"
     "\n"
     "A product folder holds product.json, texts.json, background.png and icon.ico.\n"
-    "Exit code: 0 done, 1 something does not fit or failed, 2 wrong call.\n";
-
-void Print(DWORD stream, const std::string& text) {
-    const HANDLE handle = GetStdHandle(stream);
-    DWORD mode = 0, written = 0;
-    const std::wstring wide = Widen(text);
-    // A console shows UTF-16 whatever its code page; files and pipes get UTF-8.
-    if (GetConsoleMode(handle, &mode))
-        WriteConsoleW(handle, wide.data(), static_cast<DWORD>(wide.size()), &written, nullptr);
-    else
-        WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-}
-
-void PrintLine(const std::string& text) {
-    Print(STD_OUTPUT_HANDLE, text + "\n");
-}
+    "Exit code: 0 done, 1 something does not fit or failed, 2 wrong call.";
 
 int Fail(int code, const std::string& text) {
-    Print(STD_ERROR_HANDLE, "stamp: " + text + "\n");
+    PrintErrorLine("stamp: " + text);
     return code;
 }
 
@@ -101,10 +85,10 @@ int Run(const Call& call) {
     Findings findings;
     const Product product = ReadProductFolder(call.product, findings);
     for (const Finding& finding : findings)
-        Print(STD_ERROR_HANDLE, FormatFinding(finding) + "\n");
+        PrintErrorLine(FormatFinding(finding));
     const std::string wrong = CheckStampJob(call.job);
     if (!wrong.empty())
-        Print(STD_ERROR_HANDLE, "error: " + wrong + "\n");
+        PrintErrorLine("error: " + wrong);
     if (HasErrors(findings) || !wrong.empty())
         return Fail(exitFailed, "nothing written; what stands above does not fit");
     if (call.checkOnly) {
@@ -125,7 +109,7 @@ int wmain(int count, wchar_t** arguments) {
     Call call;
     const std::string wrong = ParseCall(count, arguments, call);
     if (call.wantsHelp) {
-        Print(STD_OUTPUT_HANDLE, help);
+        PrintLine(help);
         return exitDone;
     }
     if (!wrong.empty())

@@ -1,0 +1,198 @@
+#include "kit/AppFolder.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "kit/ExeKind.h"
+#include "kit/FileNames.h"
+#include "kit/Files.h"
+#include "kit/Folders.h"
+#include "kit/PackedSize.h"
+#include "kit/ZipWriter.h"
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* packageName = "resources/app/package.json";
+constexpr std::uint32_t longestPackage = 16 << 20;
+
+std::wstring SourceOf(const AppFolder& app, std::wstring path) {
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    return app.root + L"\\" + path;
+}
+
+/// Adds what lies in a folder, `prefix` being its relative path and a slash, or empty.
+void Walk(AppFolder& app, const std::wstring& prefix, Findings& findings) {
+    WIN32_FIND_DATAW found;
+    const HANDLE find = FindFirstFileW(SourceOf(app, prefix + L"*").c_str(), &found);
+    if (find == INVALID_HANDLE_VALUE) {
+        const DWORD error = GetLastError();
+        AddError(findings, Narrow(L"./" + prefix).c_str(), "",
+                 "cannot be read: " + DescribeError(error));
+        return;
+    }
+    std::vector<AppEntry> entries;
+    do {
+        const std::wstring name = found.cFileName;
+        if (name == L"." || name == L"..")
+            continue;
+        AppEntry entry;
+        entry.path = prefix + name;
+        entry.isFolder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        entry.isLink = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+        if (!entry.isFolder)
+            entry.bytes =
+                static_cast<std::uint64_t>(found.nFileSizeHigh) << 32 | found.nFileSizeLow;
+        entry.packed = entry.bytes;
+        entry.written = static_cast<std::uint64_t>(found.ftLastWriteTime.dwHighDateTime) << 32 |
+                        found.ftLastWriteTime.dwLowDateTime;
+        entries.push_back(entry);
+    } while (FindNextFileW(find, &found));
+    FindClose(find);
+    for (const AppEntry& entry : entries) {
+        app.entries.push_back(entry);
+        if (entry.isFolder && !entry.isLink)
+            Walk(app, entry.path + L"/", findings);
+    }
+}
+
+/// Opens every file, so that one that cannot be read is told before anything is written. The
+/// estimate costs some reading and is made only where the sizes alone do not tell.
+void OpenFiles(AppFolder& app, Findings& findings) {
+    std::uint64_t whole = 0;
+    for (const AppEntry& entry : app.entries)
+        whole += entry.bytes;
+    for (AppEntry& entry : app.entries) {
+        if (entry.isFolder || entry.isLink || JudgeFileName(LastName(entry.path)) != nullptr)
+            continue;
+        const HANDLE file = CreateFileW(SourceOf(app, entry.path).c_str(), GENERIC_READ,
+                                        FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+        if (file == INVALID_HANDLE_VALUE) {
+            const DWORD error = GetLastError();
+            AddError(findings, Narrow(entry.path).c_str(), "",
+                     "cannot be opened: " + DescribeError(error));
+            continue;
+        }
+        if (whole >= archiveLimit)
+            entry.packed = EstimatePacked(file, entry.bytes);
+        CloseHandle(file);
+    }
+}
+
+const AppEntry* Find(const AppFolder& app, const std::wstring& path) {
+    const auto entry = std::find_if(
+        app.entries.begin(), app.entries.end(),
+        [&path](const AppEntry& candidate) { return IsSamePath(candidate.path, path); });
+    return entry == app.entries.end() ? nullptr : &*entry;
+}
+
+/// Three numbers up to 999, written as the installer writes them: it takes nothing else as equal.
+bool IsVersion(const std::string& text) {
+    unsigned numbers = 0;
+    std::size_t start = 0;
+    while (start <= text.size()) {
+        const std::size_t end = std::min(text.find('.', start), text.size());
+        const std::string number = text.substr(start, end - start);
+        if (number.empty() || number.size() > 3 || (number[0] == '0' && number != "0") ||
+            number.find_first_not_of("0123456789") != std::string::npos)
+            return false;
+        ++numbers;
+        start = end + 1;
+    }
+    return numbers == 3;
+}
+
+void ReadPackage(AppFolder& app, Findings& findings) {
+    std::string content;
+    const std::uint32_t error =
+        ReadWholeFile(SourceOf(app, Widen(packageName)), longestPackage, content);
+    if (error != 0) {
+        AddError(findings, packageName, "", "cannot be read: " + DescribeError(error));
+        return;
+    }
+    const json package = json::parse(content, nullptr, false);
+    if (!package.is_object()) {
+        AddError(findings, packageName, "", "is no JSON object");
+        return;
+    }
+    const auto version = package.find("version");
+    if (version == package.end() || !version->is_string())
+        AddError(findings, packageName, "version", "is missing; expected a string such as 1.2.3");
+    else if (app.version = *version; !IsVersion(app.version))
+        AddError(findings, packageName, "version",
+                 "is \"" + app.version + "\"; expected three numbers up to 999, such as 1.2.3");
+    if (package.contains("windows"))
+        AddError(findings, packageName, "windows",
+                 "is there; expected no such key, the installer takes it for a list of archives");
+}
+
+/// The system's own name for a kind of processor, or empty when we have no archives for it.
+std::string ArchOf(std::uint16_t machine) {
+    return machine == IMAGE_FILE_MACHINE_AMD64  ? "x64"
+           : machine == IMAGE_FILE_MACHINE_I386 ? "ia32"
+                                                : "";
+}
+
+void CheckProgram(const AppFolder& app, const std::wstring& name, const char* role,
+                  const std::vector<std::string>& architectures, Findings& findings) {
+    const std::string file = Narrow(name);
+    if (Find(app, name) == nullptr) {
+        AddError(findings, file.c_str(), "",
+                 std::string("is missing; expected ") + role + " at the folder's top level");
+        return;
+    }
+    const std::uint16_t machine = ReadMachine(SourceOf(app, name));
+    if (machine == 0)
+        AddError(findings, file.c_str(), "", "is no Windows program");
+    else if (ArchOf(machine).empty())
+        AddError(findings, file.c_str(), "",
+                 "is for another processor; expected a program for x64 or ia32");
+    else if (ArchOf(machine) == "x64" &&
+             std::count(architectures.begin(), architectures.end(), "ia32"))
+        AddError(findings, file.c_str(), "",
+                 "is a 64-bit program; expected a 32-bit one for the architecture ia32");
+}
+
+void CheckPrograms(AppFolder& app, const std::wstring& displayName,
+                   const std::vector<std::string>& architectures, Findings& findings) {
+    const std::wstring appName = displayName + L".exe", uninstaller = L"uninstall.exe";
+    CheckProgram(app, displayName + L"Starter.exe", "the starter", architectures, findings);
+    CheckProgram(app, L"syspin.exe", "the pin tool", architectures, findings);
+    app.hasUninstaller = Find(app, uninstaller) != nullptr;
+    if (app.hasUninstaller)
+        CheckProgram(app, uninstaller, "the uninstaller", architectures, findings);
+    if (Find(app, appName) != nullptr) {
+        CheckProgram(app, appName, "the application", architectures, findings);
+        app.arch = ArchOf(ReadMachine(SourceOf(app, appName)));
+        return;
+    }
+    const auto isApp = [&appName](const AppEntry& entry) {
+        return IsSamePath(LastName(entry.path), appName);
+    };
+    if (std::none_of(app.entries.begin(), app.entries.end(), isApp))
+        AddWarning(findings, Narrow(appName).c_str(), "",
+                   "is missing; expected the application's program, whose processes the installer "
+                   "waits for and ends by this name");
+}
+
+}  // namespace
+
+AppFolder ReadAppFolder(const std::wstring& folder, const std::wstring& displayName,
+                        const std::vector<std::string>& architectures, Findings& findings) {
+    AppFolder app;
+    app.root = LongPath(folder);
+    if (!IsFolder(app.root)) {
+        AddError(findings, Narrow(folder).c_str(), "", "is no folder; expected the application");
+        return app;
+    }
+    Walk(app, L"", findings);
+    OpenFiles(app, findings);
+    ReadPackage(app, findings);
+    CheckPrograms(app, displayName, architectures, findings);
+    CheckAppEntries(app.entries, displayName, app.version, findings);
+    return app;
+}

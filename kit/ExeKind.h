@@ -1,0 +1,8 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// The kind of processor a program is for (IMAGE_FILE_MACHINE_... of the platform's documentation);
+/// 0 when the file is no program or cannot be read.
+std::uint16_t ReadMachine(const std::wstring& path);

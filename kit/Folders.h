@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// The full path, without a separator at its end.
+std::wstring FullPath(const std::wstring& path);
+
+/// The full path in the form that may be longer than 260 characters and takes names as they are.
+std::wstring LongPath(const std::wstring& path);
+
+bool IsFolder(const std::wstring& path);
+bool PathExists(const std::wstring& path);
+
+/// Everything before the last separator; empty when there is none.
+std::wstring ParentOf(const std::wstring& path);
+
+/// Makes a folder and those above it that are missing. Appends the ones it made to `made`, the
+/// outermost first, also when it fails. Returns 0 or the system's error code.
+std::uint32_t MakeFolders(const std::wstring& folder, std::vector<std::wstring>& made);
+
+/// Removes a folder with all it holds, as far as that can be done. Links are not followed.
+void RemoveFolder(const std::wstring& folder);
+
+/// Moves files, named by paths relative to both folders, from the folder `from` into `to`, in this
+/// order; they replace what stands there. Either all of them arrive or `to` is as it was, also when
+/// there was none. Both must be on one disk. Returns an empty text, or one line that says what
+/// failed.
+std::string MoveInto(const std::wstring& from, const std::wstring& to,
+                     const std::vector<std::wstring>& paths);

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "kit/Findings.h"
+
+std::wstring ProductFolder(const std::wstring& name);
+std::string Read(const std::wstring& path);
+nlohmann::json ReadJson(const std::wstring& path);
+
+/// Bytes that do not pack, always the same ones.
+std::string Noise(std::size_t length);
+
+/// The exit code of a program, -1 when it cannot be started or does not end.
+int RunProgram(const std::wstring& commandLine);
+
+/// The findings, each on a line.
+std::string Lines(const Findings& findings);
+/// One finding and no other, which begins with `start` and says `expected`.
+void ExpectOnly(const Findings& findings, const std::string& start, const std::string& expected);
+
+/// A picture with all five row filters in turn. `paint` gives the pixel at x, y as 0xRRGGBBAA.
+std::string MakePng(unsigned width, unsigned height, unsigned channels,
+                    const std::function<unsigned(unsigned x, unsigned y)>& paint);
+
+/// An uneven light grey with the bar's track where the window needs it.
+unsigned PaintTrack(unsigned x, unsigned y);
