@@ -21,16 +21,16 @@ TEST(Entries, Checks) {
     const std::wstring name = L"Zwei Töne";  // 9 characters
     // C:\Users\ 20 \AppData\Local\ is 44 long; then 9 \1.2.3.BKP\, or Temp\ 9 .TEMP\.
     const std::size_t room = 259 - 44 - 9 - 11;
-    const std::wstring longest(room, L'x');
+    const std::wstring longest(room, L'n');
     const struct {
         std::vector<AppEntry> entries;
         const char *start, *expected;  // null: fits
     } cases[] = {
         {{{L"a", true}, {L"a/b.txt"}, {L"a/.hidden"}, {L"ä b"}}, nullptr, nullptr},
         {{{longest}}, nullptr, nullptr},
-        {{{longest + L"x"}}, "error: xxx", "has 196 characters; expected at most 195"},
+        {{{longest + L"n"}}, "error: nnn", "has 196 characters; expected at most 195"},
         {{{longest.substr(12), true}}, nullptr, nullptr},
-        {{{longest.substr(11), true}}, "error: xxx", "184 characters; expected at most 183"},
+        {{{longest.substr(11), true}}, "error: nnn", "184 characters; expected at most 183"},
         {{{L"a/CON"}}, "error: a/CON: ", "device"},
         {{{L"lpt0.txt"}}, "error: lpt0.txt: ", "device"},
         {{{L"conin$"}}, "error: conin$: ", "device"},
@@ -61,7 +61,7 @@ TEST(Entries, Checks) {
     // A longer version takes more room than the unpacking folder.
     Findings tooLong;
     CheckAppEntries({{longest}}, name, "10.20.30", tooLong);
-    ExpectOnly(tooLong, "error: xxx", "expected at most 192");
+    ExpectOnly(tooLong, "error: nnn", "expected at most 192");
     std::vector<AppEntry> many;
     for (unsigned i = 0; i < 65535; ++i)
         many.push_back({std::to_wstring(i)});
