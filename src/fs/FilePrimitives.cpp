@@ -37,9 +37,10 @@ void RemoveEntry(const std::wstring& path, const WIN32_FIND_DATAW& entry) {
 
 bool IsFolderLink(const WIN32_FIND_DATAW& entry) {
     constexpr DWORD linkAttributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    // Other kinds of reparse points, such as files that are kept in a cloud, are no links.
+    // Other kinds of reparse points, such as files that are kept in a cloud, are no links. One
+    // whose kind is not told might be.
     return (entry.dwFileAttributes & linkAttributes) == linkAttributes &&
-           IsReparseTagNameSurrogate(entry.dwReserved0);
+           (entry.dwReserved0 == 0 || IsReparseTagNameSurrogate(entry.dwReserved0));
 }
 
 bool IsDotEntry(const wchar_t* name) {

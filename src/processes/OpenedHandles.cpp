@@ -148,8 +148,8 @@ void WalkTable(HandleQuery& query, const std::wstring& folder, std::wstring& lis
             thread = CreateThread(nullptr, 0, HandleQueryThreadProc, &query, 0, nullptr);
         }
         if (thread == nullptr) {
-            findProcessesLog.Error(L"EnumerateOpenedFiles: error of CreateThread: " +
-                                   LastErrorText());
+            const std::wstring error = LastErrorText();
+            findProcessesLog.Error(L"EnumerateOpenedFiles: error of CreateThread: " + error);
             return;
         }
         AskNextEntry(query, thread, folder, listing);
