@@ -29,19 +29,18 @@ std::uint32_t Either(std::int64_t given, std::size_t actual) {
 }
 
 // What both headers share, from the version needed to the length of the name.
-std::string CommonFields(const ZipPart& part, const std::string& packed, std::size_t nameSize) {
+std::string CommonFields(const ZipPart& part, const std::string& packed) {
     const auto content = reinterpret_cast<const Bytef*>(part.content.data());
     const uLong crc = crc32(0, content, static_cast<uInt>(part.content.size()));
     std::string fields(24, '\0');
     Put16(fields, 0, 20);
     Put16(fields, 2, part.flags);
     Put16(fields, 4, Either(part.method, part.deflate ? 8 : 0));
-    Put16(fields, 6, part.dosTime);
-    Put16(fields, 8, part.dosDate);
+    Put32(fields, 6, 0x5C216000);  // 1 January 2026, 12:00:00
     Put32(fields, 10, Either(part.crc, crc));
     Put32(fields, 14, Either(part.packedSize, packed.size()));
     Put32(fields, 18, Either(part.size, part.content.size()));
-    Put16(fields, 22, static_cast<std::uint32_t>(nameSize));
+    Put16(fields, 22, static_cast<std::uint32_t>(part.name.size()));
     return fields;
 }
 
@@ -62,17 +61,15 @@ std::string BuildZip(const std::vector<ZipPart>& parts,
     std::string files, directory;
     for (const ZipPart& part : parts) {
         const std::string packed = part.deflate ? Deflate(part.content) : part.content;
-        const std::string& localName = part.localName.empty() ? part.name : part.localName;
-        std::string local = CommonFields(part, packed, localName.size());
+        std::string local = CommonFields(part, packed);
         // With this flag checksum and sizes stand behind the bytes only.
         if (part.flags & 8)
             local.replace(10, 12, 12, '\0');
         std::string places(16, '\0');
         Put32(places, 8, part.attributes);
         Put32(places, 12, Either(part.localOffset, files.size()));
-        directory +=
-            "PK\1\2\x14\3" + CommonFields(part, packed, part.name.size()) + places + part.name;
-        files += "PK\3\4" + local + std::string(2, '\0') + localName + packed;
+        directory += "PK\1\2\x14\3" + CommonFields(part, packed) + places + part.name;
+        files += "PK\3\4" + local + std::string(2, '\0') + part.name + packed;
     }
     std::string tail = "PK\5\6" + std::string(18, '\0');
     Put16(tail, 8, static_cast<std::uint32_t>(parts.size()));

@@ -19,10 +19,7 @@ struct ZipPart {
     std::int64_t crc = -1;
     std::uint16_t flags = 0;
     std::uint32_t attributes = 0;
-    std::uint16_t dosTime = 0x6000;  // 12:00:00
-    std::uint16_t dosDate = 0x5C21;  // 1 January 2026
-    std::string localName = {};      // in the local header, when it is to differ
-    std::int64_t localOffset = -1;   // in the central header
+    std::int64_t localOffset = -1;  // in the central header
 };
 
 /// tailEdit gets the end record (22 bytes) before it is written.
