@@ -106,8 +106,9 @@ std::string MoveInto(const std::wstring& from, const std::wstring& to,
                      const std::vector<std::wstring>& paths) {
     std::vector<Arrival> arrivals;
     std::vector<std::wstring> made;
+    const std::wstring fromPrefix = from + L"\\", toPrefix = to + L"\\";
     for (const std::wstring& path : paths) {
-        Arrival arrival = {from + L"\\" + path, to + L"\\" + path, false};
+        Arrival arrival = {fromPrefix + path, toPrefix + path, false};
         DWORD error = MakeFolders(ParentOf(arrival.to), made);
         if (error == 0)
             error = MoveOne(arrival);

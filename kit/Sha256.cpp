@@ -53,7 +53,7 @@ std::uint32_t HashFile(const std::wstring& path, std::string& hex) {
                                     OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return GetLastError();
-    UCHAR digest[hashSize];
+    UCHAR digest[hashSize] = {};
     const DWORD error = HashStream(file, digest);
     CloseHandle(file);
     if (error != 0)

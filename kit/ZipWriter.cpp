@@ -192,7 +192,7 @@ void Archive::ReadPieces(HANDLE source, const std::wstring& name) {
         piece->stream = entries.size() - 1;
         piece->isStored = entries.back().method == stored;
         piece->plain.assign(next, 0, got);
-        piece->before = std::move(before);
+        piece->before = std::exchange(before, {});
         if (!read())
             return;
         isLast = got == 0;

@@ -212,7 +212,8 @@ int SHRenameObject(const std::wstring& from, const std::wstring& to) {
 
 void RequestErrorReport() {
     wchar_t ownPath[MAX_PATH];
-    if (GetModuleFileNameW(nullptr, ownPath, MAX_PATH) == 0) {
+    const DWORD pathLength = GetModuleFileNameW(nullptr, ownPath, MAX_PATH);
+    if (pathLength == 0 || pathLength == MAX_PATH) {
         return;
     }
     ExecuteApp(ownPath, (L"--generate-report" + QuotedArguments(__argc, __wargv)).c_str(), 0,

@@ -27,6 +27,11 @@ void PollUntil(Condition holds, DWORD limit, const wchar_t* timeoutLine) {
     }
 }
 
+// Some failures leave no code, and 0 would stand for a started copy.
+DWORD FailureCode(DWORD error) {
+    return error == ERROR_SUCCESS ? ERROR_CANCELLED : error;
+}
+
 }  // namespace
 
 int ExecuteApp(const wchar_t* path, const wchar_t* arguments, DWORD creationFlags, bool wait) {
@@ -105,8 +110,9 @@ bool IsRunAsAdmin() {
 
 DWORD RunAs(HWND ownerWindow) {
     wchar_t ownPath[MAX_PATH];
-    if (GetModuleFileNameW(nullptr, ownPath, MAX_PATH) == 0) {
-        return GetLastError();
+    const DWORD pathLength = GetModuleFileNameW(nullptr, ownPath, MAX_PATH);
+    if (pathLength == 0 || pathLength == MAX_PATH) {
+        return FailureCode(GetLastError());
     }
     const std::wstring parameters =
         L"--runas " + DecimalText(GetCurrentProcessId()) + QuotedArguments(__argc, __wargv);
@@ -120,9 +126,7 @@ DWORD RunAs(HWND ownerWindow) {
     if (ShellExecuteExW(&execute)) {
         return 0;
     }
-    // Some refusals leave no code, and 0 would stand for a started copy.
-    const DWORD error = GetLastError();
-    return error == ERROR_SUCCESS ? ERROR_CANCELLED : error;
+    return FailureCode(GetLastError());
 }
 
 int CheckSingleInstance(std::wstring lockName, std::wstring windowClass) {

@@ -52,10 +52,12 @@ class FileServer {
             // transfer that is reset in the middle never ends.
             std::string request;
             char part[4096];
-            do {
-                const int count = recv(connection, part, sizeof part, 0);
+            for (int count = 1; count > 0 && !request.ends_with("\r\n\r\n");) {
+                count = recv(connection, part, sizeof part, 0);
                 request.append(part, std::max(count, 0));
-            } while (request.starts_with("GET ") && !request.ends_with("\r\n\r\n"));
+                // Anything else is the beginning of https.
+                count = request.starts_with("GET ") ? count : 0;
+            }
             if (request.starts_with("GET ")) {
                 send(connection, answer.data(), static_cast<int>(answer.size()), 0);
                 shutdown(connection, SD_SEND);

@@ -56,7 +56,7 @@ InterceptionRow MakeRow(const CallChoice& choice) {
     StringCchCopyW(row.text, sizeof row.text / sizeof *row.text, choice.text.c_str());
     row.firstCall = choice.firstCall;
     row.lastCall =
-        choice.callCount == everyCall ? everyCall : choice.firstCall + choice.callCount - 1;
+        choice.callCount == everyCall ? everyCall : choice.firstCall + (choice.callCount - 1);
     return row;
 }
 

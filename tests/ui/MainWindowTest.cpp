@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
+#include <thread>
 #include <utility>
 
 #include "diagnostics/Log.h"
@@ -174,16 +174,15 @@ TEST(MainWindow, ClosesOnlyAnInstallThatMayStillBeCancelledOrIsDone) {
 
 TEST(MainWindow, HoldsTheOperationAtItsNextStageWhileItAsks) {
     WindowRun run;
-    std::future<void> operation;
+    std::thread operation;
     run.boxes.whileOpen = [&] {
-        operation = std::async(std::launch::async, [] { progressObject.SetStage(StageUnpack); });
-        EXPECT_EQ(operation.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
-        EXPECT_EQ(progressObject.stage, StageNone);
+        operation = std::thread([] { progressObject.SetStage(StageUnpack); });
+        EXPECT_FALSE(WaitUntil([] { return progressObject.stage != StageNone; }, 100));
     };
     run.Run(OperationInstall, [](HWND window) { SendMessageW(window, WM_CLOSE, 0, 0); });
-    ASSERT_TRUE(operation.valid());
-    EXPECT_EQ(operation.wait_for(std::chrono::seconds(5)), std::future_status::ready);
-    EXPECT_EQ(progressObject.stage, StageUnpack);
+    ASSERT_TRUE(operation.joinable());
+    EXPECT_TRUE(WaitUntil([] { return progressObject.stage == StageUnpack; }));
+    operation.join();
 }
 
 TEST(MainWindow, AnswersAWorkersQuestionOnItsOwnThread) {
