@@ -13,6 +13,8 @@ class TreeBuilder {
   public:
     explicit TreeBuilder(Json& root) : top(root) {}
 
+    // The library calls them by these names.
+    // NOLINTBEGIN(readability-identifier-naming)
     bool null() {
         return Leaf(nullptr);
     }
@@ -58,6 +60,7 @@ class TreeBuilder {
     bool parse_error(std::size_t, const std::string&, const Json::exception&) {
         return false;
     }
+    // NOLINTEND(readability-identifier-naming)
 
   private:
     Json& Add(Json value) {
