@@ -24,6 +24,17 @@ constexpr char script[] =
 constexpr unsigned scriptLength = sizeof script - 1;
 static_assert(scriptLength == 212);
 
+// The script puts %2, which comes in quotes, into quotes once more, so that `del` sees the path
+// without any: what is special to the command processor then ends or splits it. The short form of a
+// path has none of that. Where the volume keeps no short names the long one has to do.
+void MakePlain(const wchar_t* path, wchar_t (&plain)[260]) {
+    const bool isSpecial = wcspbrk(path, L" &()[]{}^=;!'+,`") != nullptr;
+    const DWORD length = isSpecial ? GetShortPathNameW(path, plain, 260) : 0;
+    if (length == 0 || length >= 260) {
+        StringCchCopyW(plain, 260, path);
+    }
+}
+
 }  // namespace
 
 void SelfDelete(const wchar_t* path) {
@@ -33,10 +44,12 @@ void SelfDelete(const wchar_t* path) {
         return;
     }
     wchar_t scriptPath[260];
+    wchar_t plain[260];
     wchar_t arguments[260];
+    MakePlain(path, plain);
     if (FAILED(StringCchPrintfW(scriptPath, 260, L"%slumentra.selfdel.cmd", temp)) ||
         FAILED(StringCchPrintfW(arguments, 260, L"%u \"%s\" >nul 2>nul",
-                                static_cast<unsigned>(GetCurrentProcessId()), path))) {
+                                static_cast<unsigned>(GetCurrentProcessId()), plain))) {
         return;
     }
     SHRemoveObject(scriptPath, false);
