@@ -6,6 +6,7 @@
 #include <tlhelp32.h>
 #include <wrl/client.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -50,10 +51,12 @@ bool IsBelow(const std::wstring& path, const std::wstring& folder) {
 }
 
 bool IsOfScenario(const RunningProgram& program) {
-    const Places& places = GetPlaces();
+    const std::vector<Places>& products = GetAllPlaces();
     return program.processId != GetCurrentProcessId() &&
-           (IsBelow(program.path, places.app) || IsBelow(program.path, places.temp) ||
-            IsBelow(program.path, GetPrepared().folder));
+           (IsBelow(program.path, GetPlaces().temp) ||
+            IsBelow(program.path, GetPrepared().folder) ||
+            std::any_of(products.begin(), products.end(),
+                        [&](const Places& product) { return IsBelow(program.path, product.app); }));
 }
 
 void EndProgram(DWORD processId) {
@@ -75,8 +78,8 @@ void WriteEntry(const std::wstring& version) {
         {L"Publisher", L"Brontavia"},
     };
     for (const auto& [name, text] : values) {
-        RegSetKeyValueW(HKEY_CURRENT_USER, uninstallKey, name, REG_SZ, text.c_str(),
-                        static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+        RegSetKeyValueW(HKEY_CURRENT_USER, GetPlaces().uninstallKey.c_str(), name, REG_SZ,
+                        text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
     }
 }
 
@@ -100,34 +103,35 @@ void WriteShortcut() {
 
 }  // namespace
 
-State InstalledState(const std::string& version, const std::wstring& sample) {
-    const Places& places = GetPlaces();
-    const std::string versionFolder = "app\\" + version + "\\";
+State InstalledState(const std::string& version, const std::wstring& sample, const Places& places) {
+    const std::string app = places.mark + "app\\", entry = places.mark + "entry\\";
+    const std::string versionFolder = app + version + "\\";
     State state;
-    state["app\\"] = folderMark;
+    state[app] = folderMark;
     AddTree(state, versionFolder, SampleFolder(sample));
-    for (const char* program : {"QuorvaneStarter.exe", "uninstall.exe"}) {
+    for (const std::string& program :
+         {Narrow(places.name) + "Starter.exe", std::string("uninstall.exe")}) {
         if (state.contains(versionFolder + program)) {
-            state[std::string("app\\") + program] = state[versionFolder + program];
+            state[app + program] = state[versionFolder + program];
         }
     }
-    state["app\\version"] = version;
-    state["entry\\"] = "key";
-    state["entry\\DisplayName"] = "Quorvane";
-    state["entry\\DisplayVersion"] = version;
-    state["entry\\DisplayIcon"] = Narrow(places.uninstaller);
-    state["entry\\UninstallString"] = Narrow(places.uninstaller);
-    state["entry\\Publisher"] = "Brontavia";
-    state["menu\\Quorvane.lnk"] = DescribeShortcut(places.starter, L"", places.uninstaller + L",0",
-                                                   L"Quorvanelink", places.app);
+    state[app + "version"] = version;
+    state[entry] = "key";
+    state[entry + "DisplayName"] = Narrow(places.name);
+    state[entry + "DisplayVersion"] = version;
+    state[entry + "DisplayIcon"] = Narrow(places.uninstaller);
+    state[entry + "UninstallString"] = Narrow(places.uninstaller);
+    state[entry + "Publisher"] = "Brontavia";
+    state["menu\\" + Narrow(places.name) + ".lnk"] = DescribeShortcut(
+        places.starter, L"", places.uninstaller + L",0", places.name + L"link", places.app);
     return state;
 }
 
-State StateAfterInstall(const std::string& version, const std::wstring& sample) {
-    State state = InstalledState(version, sample);
-    const Places& places = GetPlaces();
-    state["roaming\\"] = folderMark;
-    state["roaming\\starter.log"] = sampleRecord;
+State StateAfterInstall(const std::string& version, const std::wstring& sample,
+                        const Places& places) {
+    State state = InstalledState(version, sample, places);
+    state[places.mark + "roaming\\"] = folderMark;
+    state[places.mark + "roaming\\starter.log"] = sampleRecord;
     state["temp\\syspin.log"] = Narrow(L"\"" + places.app + L"\\" + Widen(version) +
                                        L"\\syspin.exe\" \"" + places.shortcut + L"\" c:5386\n");
     return state;
@@ -183,6 +187,17 @@ std::vector<std::wstring> RunningPrograms(const std::wstring& exeName) {
     return paths;
 }
 
+std::vector<DWORD> ProcessesOf(const Places& places) {
+    std::vector<DWORD> ids;
+    for (const RunningProgram& program : ListPrograms()) {
+        if (IsBelow(program.path, places.app)) {
+            ids.push_back(program.processId);
+        }
+    }
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
 std::vector<std::wstring> FiveProcessesOf(const std::wstring& version) {
     return std::vector<std::wstring>(5, GetPlaces().app + L"\\" + version + L"\\" + appExeName);
 }
@@ -198,12 +213,16 @@ void EndPrograms() {
 void WipeMachine() {
     EndPrograms();
     const Places& places = GetPlaces();
-    for (const std::wstring& folder : {places.app, places.roaming, places.temp, places.menu}) {
+    std::vector<std::wstring> folders = {places.temp, places.menu};
+    for (const Places& product : GetAllPlaces()) {
+        folders.insert(folders.end(), {product.app, product.roaming});
+        RegDeleteTreeW(HKEY_CURRENT_USER, product.uninstallKey.c_str());
+    }
+    for (const std::wstring& folder : folders) {
         DeleteFileW(folder.c_str());
         RemoveTree(folder);
     }
     CreateDirectoryW(places.temp.c_str(), nullptr);
     CreateDirectoryW(places.menu.c_str(), nullptr);
-    RegDeleteTreeW(HKEY_CURRENT_USER, uninstallKey);
     ASSERT_EQ(Differences({}, TakeState()), "");
 }

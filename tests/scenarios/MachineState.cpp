@@ -60,18 +60,18 @@ std::string DescribeValue(DWORD type, std::wstring data) {
     return (type == REG_SZ ? "" : "type " + std::to_string(type) + ": ") + Narrow(data);
 }
 
-void AddKey(State& state) {
+void AddKey(State& state, const std::string& place, const std::wstring& path) {
     HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, uninstallKey, 0, KEY_READ, &key) != ERROR_SUCCESS) {
+    if (RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
         return;
     }
-    state["entry\\"] = "key";
+    state[place] = "key";
     wchar_t name[100], data[400];
     DWORD nameLength = 100, type = 0, size = sizeof data;
     for (DWORD i = 0; RegEnumValueW(key, i, name, &nameLength, nullptr, &type,
                                     reinterpret_cast<BYTE*>(data), &size) == ERROR_SUCCESS;
          ++i, nameLength = 100, size = sizeof data) {
-        state["entry\\" + Narrow(name)] =
+        state[place + Narrow(name)] =
             DescribeValue(type, std::wstring(data, size / sizeof(wchar_t)));
     }
     RegCloseKey(key);
@@ -128,11 +128,13 @@ State TakeState() {
     CoInitialize(nullptr);
     State state;
     const Places& places = GetPlaces();
-    AddTree(state, "app\\", places.app);
-    AddTree(state, "roaming\\", places.roaming);
     AddTree(state, "menu\\", places.menu);
     AddTree(state, "temp\\", places.temp);
-    AddKey(state);
+    for (const Places& product : GetAllPlaces()) {
+        AddTree(state, product.mark + "app\\", product.app);
+        AddTree(state, product.mark + "roaming\\", product.roaming);
+        AddKey(state, product.mark + "entry\\", product.uninstallKey);
+    }
     // Always there; what they hold counts.
     state.erase("menu\\");
     state.erase("temp\\");

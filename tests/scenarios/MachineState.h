@@ -9,6 +9,7 @@
 /// Where an entry lies -> what it holds. The places begin with
 ///   app\ roaming\ menu\ temp\   the folders of `Places`; a folder's own entry ends in a backslash
 ///   entry\                      the values of the uninstall key
+/// and with "second " in front of app, roaming and entry for the second product.
 /// A short text file is shown as it is, another one as size and checksum, a shortcut by its fields,
 /// the saved error report as `savedReport`, the records of the sample programs as `sampleRecord`.
 using State = std::map<std::string, std::string>;

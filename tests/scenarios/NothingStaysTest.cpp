@@ -85,7 +85,7 @@ bool IsOfTheSystem(const std::string& line) {
 
 TEST_F(NothingStays, AfterInstallAndUninstall) {
     // On Windows every user has it.
-    const std::wstring key = uninstallKey;
+    const std::wstring key = GetPlaces().uninstallKey;
     RegSetKeyValueW(HKEY_CURRENT_USER, key.substr(0, key.rfind(L'\\')).c_str(), L"", REG_SZ, L"",
                     0);
     const State before = TakeMachine();

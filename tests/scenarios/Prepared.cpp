@@ -43,22 +43,56 @@ Prepared ReadPreparation() {
             _wtoi(Variable(L"SCENARIOS_HTTPS_PORT").c_str())};
 }
 
-Json ReadProductFile(const wchar_t* name) {
-    return Json::parse(ReadFileText(GetPrepared().folder + L"\\product\\" + name));
+struct Product {
+    Json identity;
+    Json texts;
+};
+
+// Of a product's folder in the scenarios' folder; null when it is not there.
+Product ReadProduct(const wchar_t* name) {
+    const std::wstring folder = GetPrepared().folder + L"\\" + name;
+    if (!Exists(folder)) {
+        return {};
+    }
+    return {Json::parse(ReadFileText(folder + L"\\product.json")),
+            Json::parse(ReadFileText(folder + L"\\texts.json"))};
 }
 
-Places FindPlaces() {
+const Product& FirstProduct() {
+    static const Product product = ReadProduct(L"product");
+    return product;
+}
+
+const Product& SecondProduct() {
+    static const Product product = ReadProduct(L"second-product");
+    return product;
+}
+
+Places FindPlaces(const std::string& mark, const Product& product) {
     Places places;
-    places.app = KnownFolder(CSIDL_LOCAL_APPDATA) + L"\\Quorvane";
-    places.roaming = KnownFolder(CSIDL_APPDATA) + L"\\Quorvane";
+    places.mark = mark;
+    places.name = Widen(product.identity.at("displayName"));
+    places.uninstallKey = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\" +
+                          Widen(product.identity.at("guid"));
+    places.app = KnownFolder(CSIDL_LOCAL_APPDATA) + L"\\" + places.name;
+    places.roaming = KnownFolder(CSIDL_APPDATA) + L"\\" + places.name;
     places.menu = KnownFolder(CSIDL_PROGRAMS);
     places.temp = TempFolder();
-    places.shortcut = places.menu + L"\\Quorvane.lnk";
-    places.starter = places.app + L"\\QuorvaneStarter.exe";
+    places.shortcut = places.menu + L"\\" + places.name + L".lnk";
+    places.starter = places.app + L"\\" + places.name + L"Starter.exe";
     places.uninstaller = places.app + L"\\uninstall.exe";
     places.versionFile = places.app + L"\\version";
-    places.extractFolder = places.temp + L"\\Quorvane.TEMP";
+    places.extractFolder = places.temp + L"\\" + places.name + L".TEMP";
     return places;
+}
+
+std::wstring TextOf(const Product& product, const char* name, const char* language) {
+    std::string text = product.texts.at(name).at(language);
+    const std::string mark = "{supportAddress}";
+    if (const std::size_t at = text.find(mark); at != std::string::npos) {
+        text.replace(at, mark.size(), product.identity.at("supportAddress"));
+    }
+    return Widen(text);
 }
 
 }  // namespace
@@ -72,20 +106,27 @@ std::wstring SampleFolder(const std::wstring& name) {
     return GetPrepared().folder + L"\\samples\\" + name;
 }
 
+const std::vector<Places>& GetAllPlaces() {
+    static const std::vector<Places> all = [] {
+        std::vector<Places> found = {FindPlaces("", FirstProduct())};
+        if (!SecondProduct().identity.is_null()) {
+            found.push_back(FindPlaces("second ", SecondProduct()));
+        }
+        return found;
+    }();
+    return all;
+}
+
 const Places& GetPlaces() {
-    static const Places places = FindPlaces();
-    return places;
+    return GetAllPlaces()[0];
 }
 
 std::wstring ProductText(const char* name, const char* language) {
-    static const Json table = ReadProductFile(L"texts.json");
-    static const std::string address = ReadProductFile(L"product.json").at("supportAddress");
-    std::string text = table.at(name).at(language);
-    const std::string mark = "{supportAddress}";
-    if (const std::size_t at = text.find(mark); at != std::string::npos) {
-        text.replace(at, mark.size(), address);
-    }
-    return Widen(text);
+    return TextOf(FirstProduct(), name, language);
+}
+
+std::wstring SecondProductText(const char* name) {
+    return TextOf(SecondProduct(), name, "en");
 }
 
 std::string Narrow(const std::wstring& text) {
