@@ -1,114 +1,92 @@
 #include "operations/Progress.h"
 
-#include <thread>
+#include <string>
 
 #include <gtest/gtest.h>
 
+#include "operations/DownloadCallback.h"
+#include "services/Manifest.h"
+#include "startup/PathBuffers.h"
 #include "support/Replace.h"
 #include "support/Scratch.h"
+#include "support/SetPath.h"
 
-TEST(CProgressObject, NamesOperationStageAndError) {
-    const std::wstring paths = L" : Ошибка инициализации путей к файлам";
+TEST(CProgressObject, NotesTheErrorAndTheDetailsUpToTheFirstNull) {
     const struct {
-        int operation, stage, error;
-        std::initializer_list<const wchar_t*> details;
-        std::wstring line, message;
+        int operation, stage;
+        std::wstring line;
     } cases[] = {
-        {0, 1, 3, {}, L"Установка : Загрузка файла манифеста...", paths},
-        {0,
-         9,
-         17,
-         {L"v", L"", L"w"},
-         L"Установка : Установка завершена!",
-         L" : Ошибка сохранения текущей версии приложения : v :  : w"},
-        {1, 12, 3, {}, L"Удаление : Выполнение скрипта...", paths},
-        {1, 16, 0, {}, L"Удаление : Удаление завершено!", L" : "},
-        {2,
-         18,
-         12,
-         {nullptr},
-         L"Обновление : Процесс обновления приложения...",
-         L" : Не указаны файлы обновления или они не существуют"},
-        {2,
-         26,
-         10,
-         {L"a", nullptr, L"b"},
-         L"Обновление : Обновление завершено!",
-         L" : Ошибка операций работы с реестром Windows : a"},
+        {OperationInstall, StageInstalled, L"Установка : Установка завершена!"},
+        {OperationUninstall, StageUninstalled, L"Удаление : Удаление завершено!"},
+        {OperationUpdate, StageUpdated, L"Обновление : Обновление завершено!"},
     };
-    for (const auto& [operation, stage, error, details, line, message] : cases) {
+    for (const auto& [operation, stage, line] : cases) {
         CProgressObject progress;
         progress.operation = operation;
         const LogCapture log;
         progress.SetStage(stage);
-        EXPECT_EQ(progress.stage, stage);
-        SetLastError(1234);
-        progress.SetError(error, details);
         EXPECT_EQ(log.Lines(), L"INFO Progress DO: " + line + L"\n");
-        EXPECT_EQ(progress.report.message, line + message);
+        SetLastError(1234);
+        progress.SetError(ErrorRegistry, {L"a", L"", L"b", nullptr, L"c"});
+        EXPECT_EQ(progress.report.message,
+                  line + L" : Ошибка операций работы с реестром Windows : a :  : b");
         EXPECT_EQ(progress.report.lastError, 1234u);
-        EXPECT_EQ(progress.errorCode, error);
     }
 }
 
-TEST(CProgressObject, StopsAtTheGateBeforeTheStageChanges) {
-    CProgressObject progress;
-    const HANDLE reached = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    ASSERT_EQ(WaitForSingleObject(progress.stageMutex, 0), WAIT_OBJECT_0);
-    {
-        const Replaced wait = Replace("kernel32.dll", "WaitForSingleObject", WaitForSingleObject,
-                                      [&](auto real, HANDLE object, DWORD limit) {
-                                          if (object == progress.stageMutex) {
-                                              EXPECT_EQ(limit, INFINITE);
-                                              SetEvent(reached);
-                                          }
-                                          return real(object, limit);
-                                      });
-        std::thread worker([&] { progress.SetStage(3); });
-        EXPECT_EQ(WaitForSingleObject(reached, 10000), WAIT_OBJECT_0);
-        EXPECT_EQ(progress.stage, 0);
-        ReleaseMutex(progress.stageMutex);
-        worker.join();
+TEST(DownloadPosition, GoesFrom5To70) {
+    const struct {
+        int rangeMax;
+        unsigned long progress, progressMax;
+        int expected;
+    } cases[] = {
+        {100, 0, 1, 5},
+        {100, 100, 100, 70},
+        {100, 99, 100, 69},
+        {100, 5000000, 10000000, 37},
+        {100, 99, 101, 5},
+        {100, 101, 101, 70},
+        {1299, 50, 100, 450},
+        {99, 50, 100, 0},
+        // The product takes all 32 bits.
+        {100, 4000000000, 4000000000, 70},
+    };
+    for (const auto& [rangeMax, progress, progressMax, expected] : cases) {
+        EXPECT_EQ(DownloadPosition(0, rangeMax, progress, progressMax), expected)
+            << progress << " of " << progressMax;
     }
-    EXPECT_EQ(progress.stage, 3);
-    EXPECT_EQ(WaitForSingleObject(progress.stageMutex, 0), WAIT_OBJECT_0) << "the gate is shut";
-    CloseHandle(reached);
-}
-
-namespace {
-
-struct Worker {
-    HANDLE started = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    HANDLE end = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-};
-
-DWORD WINAPI Work(void* worker) {
-    return SignalObjectAndWait(static_cast<Worker*>(worker)->started,
-                               static_cast<Worker*>(worker)->end, INFINITE, FALSE);
-}
-
-}  // namespace
-
-TEST(CProgressObject, EndsOnlyAThreadThatRuns) {
     CProgressObject progress;
-    EXPECT_TRUE(progress.IsWorkerFinished());
-    for (const bool runs : {true, false}) {
-        Worker worker;
-        const HANDLE thread = CreateThread(nullptr, 0, Work, &worker, 0, nullptr);
-        progress.workerThread = thread;
-        // A thread that is ended before it has begun spoils the process on this Windows.
-        EXPECT_EQ(WaitForSingleObject(worker.started, 10000), WAIT_OBJECT_0);
-        if (!runs) {
-            SetEvent(worker.end);
-            EXPECT_EQ(WaitForSingleObject(thread, 10000), WAIT_OBJECT_0);
-        }
-        EXPECT_EQ(progress.IsWorkerFinished(), !runs);
-        progress.TerminateWorker();
-        EXPECT_EQ(WaitForSingleObject(thread, 10000), WAIT_OBJECT_0);
-        EXPECT_EQ(progress.workerThread, runs ? nullptr : thread);
-        EXPECT_TRUE(progress.IsWorkerFinished());
-        for (const HANDLE handle : {thread, worker.started, worker.end}) {
-            CloseHandle(handle);
-        }
+    for (const ULONG total : {100, 0}) {
+        EXPECT_EQ(progress.OnProgress(50, total, 0, nullptr), S_OK);
+        EXPECT_EQ(progress.position, 37) << "without a total nothing moves";
+    }
+}
+
+// Which address is asked when is seen in the scenarios.
+TEST(DownloadArchive, LeavesOutAnAddressThatIsTooLong) {
+    const ScratchFolder scratch;
+    SetPath(tempArchivePath, scratch / L"a.zip");
+    // Only attempts that fail at once.
+    const Replaced noNetwork = Replace("kernel32.dll", "GetProcAddress", GetProcAddress,
+                                       [](auto, auto...) { return nullptr; });
+    const Replaced noPauses = Replace("kernel32.dll", "Sleep", Sleep, [](auto, auto) {});
+    const struct {
+        std::string url, altUrl;
+        int attempts;
+    } cases[] = {
+        {"", "//b", 20},
+        {"//a", "", 10},
+        {std::string(1023, 'a'), "", 10},
+        {std::string(1024, 'a'), std::string(5000, 'b'), 0},
+    };
+    for (const auto& [url, altUrl, attempts] : cases) {
+        Manifest manifest;
+        manifest.entries = {{url, altUrl, "hash", ""}, {"//other", "", "", "arm64"}};
+        CProgressObject progress;
+        const LogCapture log;
+        EXPECT_EQ(DownloadArchive(&progress, manifest), -1);
+        EXPECT_EQ(progress.errorCode, ErrorDownload);
+        EXPECT_EQ(log.Count(L"INFO Utils urlDownloadToFile: http"), attempts);
+        EXPECT_EQ(log.Count(L"ERROR Utils "), attempts == 0 ? 2 : attempts / 10);
     }
 }
