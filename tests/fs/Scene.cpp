@@ -10,15 +10,15 @@
 
 namespace {
 
-// The list that the Shell wants ends with an empty path.
-std::wstring OnlyPath(const wchar_t* list) {
-    const std::wstring path = list ? list : L"";
-    EXPECT_TRUE(list == nullptr || list[path.size() + 1] == L'\0') << "a list without end";
-    return path;
+// Every list that the Shell wants ends with an empty path.
+void ExpectOnePath(const wchar_t* list) {
+    EXPECT_TRUE(list == nullptr || list[wcslen(list) + 1] == L'\0') << "a list without end";
 }
 
-std::wstring Line(const wchar_t* level, const std::wstring& message) {
-    return std::wstring(level) + L" FSUtils " + message + L"\n";
+void Exchange(std::wstring& text, const std::wstring& part, const std::wstring& other) {
+    for (std::size_t at; (at = text.find(part)) != std::wstring::npos;) {
+        text.replace(at, part.size(), other);
+    }
 }
 
 }  // namespace
@@ -28,8 +28,8 @@ int Scene::startedEver = 0;
 Scene::Scene(std::vector<int> shellAnswers, std::vector<int> userAnswers)
     : answers(std::move(userAnswers)) {
     const auto pause = [this](auto, DWORD length) {
-        pauses.push_back(length);
-        if (static_cast<int>(pauses.size()) == freeingPause) {
+        events += length == 100 ? '.' : length == 400 ? '~' : length == 1000 ? '-' : '!';
+        if (++pauses == freeingPause) {
             held.reset();
         }
     };
@@ -40,6 +40,7 @@ Scene::Scene(std::vector<int> shellAnswers, std::vector<int> userAnswers)
         return isFaked ? shellAnswers[call] : shellWork(record);
     };
     const auto ask = [this](auto, HWND owner, LPCWSTR, LPCWSTR, UINT flags) {
+        events += '?';
         EXPECT_EQ(owner, mainWindowHandle);
         EXPECT_EQ(flags, UINT{MB_RETRYCANCEL});
         if (static_cast<int>(++asked) == freeingQuestion) {
@@ -47,9 +48,9 @@ Scene::Scene(std::vector<int> shellAnswers, std::vector<int> userAnswers)
         }
         return asked <= answers.size() ? answers[asked - 1] : IDCANCEL;
     };
-    const auto start = [this](auto, LPCWSTR, LPWSTR commandLine, auto...) {
+    const auto start = [this](auto, LPCWSTR, LPWSTR line, auto, auto, auto, DWORD flags, auto...) {
         EXPECT_EQ(asked, 0u) << "the question came first";
-        started.push_back(commandLine);
+        started.push_back((flags == CREATE_NO_WINDOW ? L"hidden " : L"") + std::wstring(line));
         ++startedEver;
         return TRUE;
     };
@@ -73,11 +74,34 @@ void Scene::Hold(const std::wstring& name, int lastPause, int lastQuestion) {
     freeingQuestion = lastQuestion;
 }
 
+std::wstring Scene::Log() const {
+    std::wstring lines = log.Lines();
+    for (const DWORD code : {0, 2, 3, 5, 13, 31, 32, 87, 123, 145, 183, 267}) {
+        Exchange(lines, ErrorText(code), L"#" + std::to_wstring(code));
+    }
+    Exchange(lines, folder.path + L"\\", L"");
+    Exchange(lines, L" FSUtils ", L" ");
+    std::wistringstream reader(lines);
+    std::vector<std::pair<std::wstring, int>> groups;
+    for (std::wstring line; std::getline(reader, line);) {
+        Exchange(line, L"INFO ", L"");
+        if (groups.empty() || groups.back().first != line) {
+            groups.emplace_back(line, 0);
+        }
+        ++groups.back().second;
+    }
+    std::wstring text;
+    for (const auto& [line, count] : groups) {
+        text += (count > 1 ? std::to_wstring(count) + L"*" : L"") + line + L"|";
+    }
+    return text;
+}
+
 void Scene::NoteShell(const SHFILEOPSTRUCTW& record) {
-    shell += record.wFunc == FO_MOVE ? 'm' : record.wFunc == FO_COPY ? 'c' : 'd';
-    from = OnlyPath(record.pFrom);
-    to = OnlyPath(record.pTo);
-    EXPECT_EQ(record.fFlags, from.find(L'*') == std::wstring::npos ? 0x0614 : 0x0694);
+    events += record.wFunc == FO_MOVE ? 'm' : record.wFunc == FO_COPY ? 'c' : 'd';
+    ExpectOnePath(record.pFrom);
+    ExpectOnePath(record.pTo);
+    EXPECT_EQ(record.fFlags, wcschr(record.pFrom, L'*') == nullptr ? 0x0614 : 0x0694);
 }
 
 void MakeTree(const std::wstring& folder, const std::wstring& tree) {
@@ -125,20 +149,4 @@ Replaced FakeLink(const std::wstring& name, DWORD tag) {
                        }
                        return more;
                    });
-}
-
-std::wstring Info(const std::wstring& message) {
-    return Line(L"INFO", message);
-}
-
-std::wstring Warn(const std::wstring& message, DWORD error) {
-    return Line(L"WARN", message + ErrorText(error));
-}
-
-std::wstring Error(const std::wstring& message, DWORD error) {
-    return Line(L"ERROR", message + ErrorText(error));
-}
-
-std::wstring Repeat(std::size_t count, const std::wstring& text) {
-    return count == 0 ? L"" : text + Repeat(count - 1, text);
 }

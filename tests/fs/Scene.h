@@ -25,17 +25,17 @@ class Scene {
     std::wstring operator/(const std::wstring& name) const;
     /// Holds a file open until that pause or question; pause 0 holds nothing.
     void Hold(const std::wstring& name, int lastPause, int lastQuestion = never);
+    /// The log as "start|5*WARN again: #32|": files are named below the scene's folder, "#" and a
+    /// code stand for its ErrorText, the level INFO and the name of the file functions' log go.
+    std::wstring Log() const;
 
     const ScratchFolder folder;
     const LogCapture log;
-    /// Milliseconds.
-    std::vector<DWORD> pauses;
-    /// The Shell's operations: "mcd" for a move, a copy and a delete, and the latest one's paths.
-    std::string shell;
-    std::wstring from, to;
-    /// Command lines.
+    /// The Shell's moves, copies and deletes, pauses of 100, 400 and 1000 ms, questions: "mcd.~-?".
+    std::string events;
+    /// Command lines, "hidden " before those that get no window; their number over the whole life
+    /// of the process.
     std::vector<std::wstring> started;
-    /// Over the whole life of the process.
     static int startedEver;
     std::unique_ptr<HeldOpen> held;
 
@@ -43,6 +43,7 @@ class Scene {
     void NoteShell(const SHFILEOPSTRUCTW& record);
 
     std::size_t operations = 0;
+    int pauses = 0;
     std::size_t asked = 0;
     int freeingPause = never;
     int freeingQuestion = never;
@@ -59,9 +60,3 @@ std::wstring ReadTree(const std::wstring& folder, const std::wstring& below = {}
 /// Lets the entries of that name be taken for links of that kind (IO_REPARSE_TAG_...): this Windows
 /// tells no link's kind, and deletes the target's content when it is to delete one.
 [[nodiscard]] Replaced FakeLink(const std::wstring& name, DWORD tag);
-
-/// Lines as LogCapture gives them.
-std::wstring Info(const std::wstring& message);
-std::wstring Warn(const std::wstring& message, DWORD error);
-std::wstring Error(const std::wstring& message, DWORD error);
-std::wstring Repeat(std::size_t count, const std::wstring& text);

@@ -32,17 +32,11 @@ const TreeCase treeCases[] = {
      DownTo(9) + L"= " + DownTo(8) + L"a=new " + DownTo(8) + L"known\\old=o"},
 };
 
-// Noon of a fixed day plus the offset.
 void SetWriteTime(const std::wstring& path, long long milliseconds) {
-    SYSTEMTIME noon{};
-    noon.wYear = 2026;
-    noon.wMonth = noon.wDay = 1;
-    noon.wHour = 12;
-    FILETIME time;
-    SystemTimeToFileTime(&noon, &time);
-    ULARGE_INTEGER ticks = {{time.dwLowDateTime, time.dwHighDateTime}};
-    ticks.QuadPart += milliseconds * 10000;
-    time = {ticks.LowPart, ticks.HighPart};
+    // Noon of the first of January 2026.
+    const ULARGE_INTEGER ticks = {.QuadPart = 134117424000000000ULL +
+                                              static_cast<ULONGLONG>(milliseconds * 10000)};
+    const FILETIME time = {ticks.LowPart, ticks.HighPart};
     const HANDLE file =
         CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, 7, nullptr, OPEN_EXISTING, 0, nullptr);
     EXPECT_TRUE(SetFileTime(file, nullptr, nullptr, &time));
@@ -51,10 +45,6 @@ void SetWriteTime(const std::wstring& path, long long milliseconds) {
 
 int Sync(const Scene& scene, bool asks = false) {
     return SyncDirs(scene / L"from", scene / L"to", asks);
-}
-
-std::wstring StartLine(const Scene& scene) {
-    return Info(L"SyncDirs: [" + (scene / L"from") + L"] to [" + (scene / L"to") + L"]");
 }
 
 }  // namespace
@@ -67,68 +57,53 @@ TEST(SyncDirs, MakesTheContentEqualAndThenRests) {
         MakeTree(scene / L"to", test.destination);
         EXPECT_EQ(Sync(scene), 0);
         EXPECT_EQ(ReadTree(scene / L"to"), test.expected.empty() ? test.source : test.expected);
-
-        const LogCapture log;
         EXPECT_EQ(Sync(scene), 0);
-        EXPECT_EQ(log.Lines(), StartLine(scene) + Info(L"SyncDirs: Start RecursiveSearch") +
-                                   Info(L"SyncDirs: Start RecursiveSync") +
-                                   Info(L"SyncDirs: Done"));
+        EXPECT_TRUE(scene.Log().ends_with(
+            L"|SyncDirs: Done|SyncDirs: [from] to [to]|SyncDirs: Start RecursiveSearch|"
+            L"SyncDirs: Start RecursiveSync|SyncDirs: Done|"));
     }
 }
 
 TEST(SyncDirs, EmptyDiffersFromMissing) {
     const Scene scene;
-    MakeTree(scene / L"to", L"a=1 sub\\b=2");
+    MakeTree(scene.folder.path, L"to\\a=1 to\\sub\\b=2");
     EXPECT_EQ(Sync(scene, true), 0);
-    EXPECT_EQ(ReadTree(scene / L"to"), L"a=1 sub\\b=2");
-    EXPECT_EQ(scene.log.Lines(), StartLine(scene) + Info(L"SyncDirs: Done"));
-
+    EXPECT_EQ(ReadTree(scene.folder.path), L"to\\a=1 to\\sub\\b=2");
+    EXPECT_EQ(scene.Log(), L"SyncDirs: [from] to [to]|SyncDirs: Done|");
     CreateDirectoryW((scene / L"from").c_str(), nullptr);
     EXPECT_EQ(Sync(scene), 0);
-    EXPECT_EQ(ReadTree(scene / L""), L"from\\= to\\=");
+    EXPECT_EQ(ReadTree(scene.folder.path), L"from\\= to\\=");
 }
 
 TEST(SyncDirs, ComparesTimesToTheSecond) {
-    constexpr long long hour = 3600 * 1000;
-    constexpr long long day = 24 * hour;
+    constexpr long long hour = 3600 * 1000, day = 24 * hour;
     // The last two: the same day of another month, of another year.
     for (const long long offset :
          {0LL, 999LL, 1000LL, -1LL, 60 * 1000LL, hour, day, 31 * day, 365 * day}) {
-        SCOPED_TRACE(offset);
         const bool isCopied = offset < 0 || offset >= 1000;
         const Scene scene;
-        MakeTree(scene / L"", L"from\\a=new to\\a=old");
+        MakeTree(scene.folder.path, L"from\\a=new to\\a=old");
         SetWriteTime(scene / L"from\\a", 0);
         SetWriteTime(scene / L"to\\a", offset);
         EXPECT_EQ(Sync(scene), 0);
-        EXPECT_EQ(ReadFileText(scene / L"to\\a"), isCopied ? "new" : "old");
+        EXPECT_EQ(ReadFileText(scene / L"to\\a"), isCopied ? "new" : "old") << offset;
     }
-    WIN32_FIND_DATAW record{};
-    const FSObject empty(L"a", record);
-    record.nFileSizeHigh = 1;
-    EXPECT_TRUE(empty.Differs(FSObject(L"a", record)));
 }
 
 TEST(SyncDirs, FailureKeepsWhatWasDone) {
-    // With a folder instead of the file, what is in its way has to go first.
-    for (const wchar_t* blocked : {L"b", L"b\\in"}) {
-        for (const bool asks : {false, true}) {
-            SCOPED_TRACE(testing::Message() << blocked << asks);
-            Scene scene({}, std::vector<int>(asks ? 1 : 0, IDCANCEL));
-            MakeTree(scene / L"from", std::wstring(L"a=new c=new ") + blocked + L"=new");
-            MakeTree(scene / L"to", L"a=o b=o z=o");
-            scene.Hold(L"to\\b", Scene::never);
-            EXPECT_EQ(Sync(scene, asks), -1);
-            scene.held.reset();
-            EXPECT_EQ(ReadTree(scene / L"to"), L"a=new b=o z=o");
-            EXPECT_FALSE(scene.log.Has(L"SyncDirs: Done"));
-        }
-    }
+    Scene scene({}, {IDCANCEL});
+    // What is in the folder's way has to go first.
+    MakeTree(scene.folder.path, L"from\\a=new from\\b\\in=new from\\c=new to\\a=o to\\b=o to\\z=o");
+    scene.Hold(L"to\\b", Scene::never);
+    EXPECT_EQ(Sync(scene, true), -1);
+    scene.held.reset();
+    EXPECT_EQ(ReadTree(scene / L"to"), L"a=new b=o z=o");
+    EXPECT_FALSE(scene.log.Has(L"SyncDirs: Done"));
 }
 
 TEST(SyncDirs, NeverAsksAboutWhatIsTooMuch) {
     Scene scene;
-    MakeTree(scene / L"", L"from\\k=1 to\\a=1 to\\b=1 to\\z=1");
+    MakeTree(scene.folder.path, L"from\\k=1 to\\a=1 to\\b=1 to\\z=1");
     scene.Hold(L"to\\b", Scene::never);
     EXPECT_EQ(Sync(scene, true), 0);
     scene.held.reset();
@@ -137,41 +112,36 @@ TEST(SyncDirs, NeverAsksAboutWhatIsTooMuch) {
 
 TEST(SyncDirs, ReplacesALinkAndDoesNotEnterIt) {
     const Scene scene;
-    MakeTree(scene / L"", L"from\\link\\a=new to\\link\\a=o to\\link\\b=o");
+    MakeTree(scene.folder.path, L"from\\link\\a=new to\\link\\a=o to\\link\\b=o");
     const auto link = FakeLink(L"link", IO_REPARSE_TAG_MOUNT_POINT);
     EXPECT_EQ(Sync(scene), 0);
-    EXPECT_EQ(scene.shell, "d");
-    EXPECT_EQ(scene.from, scene / L"to\\link");
+    EXPECT_EQ(scene.events, "d");
+    EXPECT_TRUE(scene.Log().find(L"|SHRemoveObject: to\\link|") != std::wstring::npos);
     EXPECT_EQ(ReadTree(scene / L"to"), L"link\\a=new");
 }
 
-TEST(SyncDirs, DestinationThatIsAFileStops) {
-    const Scene scene;
-    MakeTree(scene / L"", L"from\\a=new to=old");
-    EXPECT_EQ(Sync(scene), -1);
-    EXPECT_EQ(ReadFileText(scene / L"to"), "old");
-    EXPECT_TRUE(scene.log.Has(Error(L"RecursiveSearch: error of FindFirstFile: ", 267)));
-}
-
 TEST(SyncDirs, UnreadableFolderStops) {
-    for (const wchar_t* unreadable : {L"to\\b", L"from\\b"}) {
-        const bool isSource = unreadable[0] == L'f';
+    const struct {
+        // Of the calls, in the order "to", "to\\b", "from", "from\\b".
+        int failing;
+        const wchar_t *left, *error;
+    } cases[] = {
+        {2, L"a=o b\\in=o", L"|ERROR RecursiveSearch: error of FindFirstFile: #5|"},
+        {4, L"a=new b\\in=o", L"|ERROR RecursiveSync: error of FindFirstFile: #5|"},
+    };
+    for (const auto& test : cases) {
         const Scene scene;
         MakeTree(scene / L"from", L"a=new b\\in=new c=new");
         MakeTree(scene / L"to", L"a=o b\\in=o");
-        const auto refuse = [&](auto real, LPCWSTR pattern, WIN32_FIND_DATAW* entry) {
-            if (pattern != (scene / unreadable) + L"\\*") {
-                return real(pattern, entry);
-            }
-            SetLastError(ERROR_ACCESS_DENIED);
-            return INVALID_HANDLE_VALUE;
-        };
-        auto find = Replace("kernel32.dll", "FindFirstFileW", FindFirstFileW, refuse);
+        int calls = 0;
+        auto find = Replace(
+            "kernel32.dll", "FindFirstFileW", FindFirstFileW, [&](auto real, auto... given) {
+                SetLastError(ERROR_ACCESS_DENIED);
+                return ++calls == test.failing ? INVALID_HANDLE_VALUE : real(given...);
+            });
         EXPECT_EQ(Sync(scene), -1);
         find.reset();
-        EXPECT_EQ(ReadTree(scene / L"to"), isSource ? L"a=new b\\in=o" : L"a=o b\\in=o");
-        EXPECT_TRUE(scene.log.Has(Error(isSource ? L"RecursiveSync: error of FindFirstFile: "
-                                                 : L"RecursiveSearch: error of FindFirstFile: ",
-                                        ERROR_ACCESS_DENIED)));
+        EXPECT_EQ(ReadTree(scene / L"to"), test.left);
+        EXPECT_TRUE(scene.Log().ends_with(test.error));
     }
 }

@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "diagnostics/Log.h"
 #include "fs/Scene.h"
 #include "standins/ZipBuilder.h"
 #include "startup/PathBuffers.h"
+#include "support/FailingCall.h"
 #include "support/SetPath.h"
 
 namespace {
@@ -20,77 +20,47 @@ class UnzipToFolderTest : public testing::Test {
     UnzipToFolderTest() {
         SetPath(extractDir, scene / L"out");
         MakeTree(scene.folder.path, L"out\\old\\file=old");
-        WriteFileText(zip, BuildZip({{.name = "a.txt", .content = "a"},
-                                     {.name = "deep/er/b.txt", .content = "b"},
-                                     {.name = "none/"}}));
     }
-    void ExpectDone(const std::wstring& resultText) {
-        const LogCapture log;
+    void ExpectDone(const std::string& archive, const wchar_t* tree, const std::wstring& result) {
+        WriteFileText(zip, archive);
         EXPECT_EQ(UnzipToFolder(zip.c_str()), 0);
         EXPECT_FALSE(Exists(zip)) << "the archive stays";
-        EXPECT_FALSE(Exists(leftover));
-        EXPECT_TRUE(Exists(extractDir));
-        EXPECT_TRUE(
-            log.Has(L"INFO Utils UnzipToFolder: from [" + zip + L"], to [" + extractDir + L"]\n"));
-        EXPECT_TRUE(log.Has(L"INFO Utils UnzipToFolder: result: " + resultText)) << log.Lines();
+        EXPECT_EQ(ReadTree(scene.folder.path), tree);
+        EXPECT_TRUE(scene.Log().ends_with(L"Utils UnzipToFolder: result: " + result + L"|"));
     }
-    void ExpectRefused(const std::wstring& line) {
-        const bool hadArchive = Exists(zip);
-        const LogCapture log;
+    void ExpectRefused(const wchar_t* lastLine) {
         EXPECT_EQ(UnzipToFolder(zip.c_str()), -1);
-        EXPECT_EQ(Exists(zip), hadArchive);
-        EXPECT_TRUE(log.Has(line)) << log.Lines();
-        EXPECT_FALSE(log.Has(L"result:"));
+        EXPECT_TRUE(scene.Log().ends_with(lastLine)) << scene.Log().c_str();
     }
 
     const Scene scene;
-    const std::wstring zip = scene / L"a.zip", leftover = scene / L"out\\old\\file";
+    const std::wstring zip = scene / L"a.zip";
 };
 
 }  // namespace
 
 TEST_F(UnzipToFolderTest, CountsAsDoneWhateverTheShellMakesOfIt) {
-    ExpectDone(ErrorText(0));
-    EXPECT_EQ(ReadTree(extractDir), L"a.txt=a deep\\er\\b.txt=b none\\=");
-    WriteFileText(zip, "no zip at all");
-    ExpectDone(ErrorText(0));
-    EXPECT_EQ(ReadTree(extractDir), L"");
-    WriteFileText(zip, BuildZip({{.name = "bad", .content = "y", .crc = 1}}));
-    ExpectDone(ErrorText(ERROR_INVALID_DATA));
-    WriteFileText(zip, "any");
-    const Replaced noShell = Replace("ole32.dll", "CoCreateInstance", CoCreateInstance,
-                                     [](auto, auto&&...) { return REGDB_E_CLASSNOTREG; });
-    ExpectDone(HResultText(REGDB_E_CLASSNOTREG) + L"\n");
+    ExpectDone(BuildZip({{.name = "deep/b.txt", .content = "b"}, {.name = "none/"}}),
+               L"out\\deep\\b.txt=b out\\none\\=", L"#0");
+    EXPECT_TRUE(scene.Log().starts_with(L"Utils UnzipToFolder: from [a.zip], to [out]|"));
+    ExpectDone("no zip at all", L"out\\=", L"#0");
+    ExpectDone(BuildZip({{.name = "bad", .content = "y", .crc = 1}}), L"out\\=", L"#13");
+    const FailingCall noShell("ole32.dll", "CoCreateInstance", &CoCreateInstance, E_FAIL);
+    ExpectDone("any", L"out\\=", L"[0x80004005] ...");
 }
 
 TEST_F(UnzipToFolderTest, LeavesTheArchiveWhenItDoesNotBegin) {
-    {
-        const LogCapture log;
-        EXPECT_EQ(UnzipToFolder(nullptr), -1);
-        EXPECT_EQ(log.Lines(), L"ERROR Utils UnzipToFolder: NULL in args\n");
-        const HeldOpen held(leftover);
-        ExpectRefused(L"ERROR FSUtils SHRemoveObject: " + ErrorText(ERROR_SHARING_VIOLATION));
-    }
+    EXPECT_EQ(UnzipToFolder(nullptr), -1);
+    ExpectRefused(L"ERROR Utils UnzipToFolder: zip file not exists!|");
+    WriteFileText(zip, "any");
     SetPath(extractDir, zip + L"\\below-a-file");
-    ExpectRefused(L"ERROR FSUtils CreateDir: ");
-    SetPath(extractDir, scene / L"out");
-    DeleteFileW(zip.c_str());
-    ExpectRefused(L"ERROR Utils UnzipToFolder: zip file not exists!\n");
-    EXPECT_TRUE(Exists(leftover));
+    ExpectRefused(L"|ERROR CreateDir: #3|");
+    EXPECT_EQ(ReadTree(scene.folder.path), L"a.zip=any out\\old\\file=old");
 }
 
 TEST_F(UnzipToFolderTest, EndsOnAnExceptionWithTheArchiveInPlace) {
-    int initialised = 0;
-    const Replaced in = Replace("ole32.dll", "CoInitialize", CoInitialize, [&](auto real, auto) {
-        ++initialised;
-        return real(nullptr);
-    });
-    const Replaced out = Replace("ole32.dll", "CoUninitialize", CoUninitialize, [&](auto real) {
-        --initialised;
-        real();
-    });
-    const Replaced noText = Replace("oleaut32.dll", "SysAllocString", SysAllocString,
-                                    [](auto, auto) { return nullptr; });
-    ExpectRefused(L"ERROR Utils UnzipToFolder: exception!\n");
-    EXPECT_EQ(initialised, 0);
+    WriteFileText(zip, "any");
+    const FailingCall noText("oleaut32.dll", "SysAllocString", &SysAllocString, nullptr);
+    ExpectRefused(L"ERROR Utils UnzipToFolder: exception!|");
+    EXPECT_EQ(ReadTree(scene.folder.path), L"a.zip=any out\\=");
 }
