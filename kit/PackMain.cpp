@@ -8,11 +8,9 @@
 #include "kit/Files.h"
 #include "kit/Folders.h"
 #include "kit/Pack.h"
+#include "kit/Program.h"
 
 namespace {
-
-constexpr int exitDone = 0, exitFailed = 1, exitUsage = 2;
-constexpr std::size_t mostFindings = 40;
 
 constexpr const char* help =
     "pack --product DIR --app FOLDER --out DIST [--arch x64|ia32]... [--base-url URL]\n"
@@ -36,73 +34,10 @@ constexpr const char* help =
     "\n"
     "Exit code: 0 done, 1 something does not fit or failed, 2 wrong call.";
 
-int Fail(int code, const std::string& text) {
-    PrintErrorLine("pack: " + text);
-    return code;
-}
-
-struct Call {
-    PackJob job;
-    bool checkOnly = false;
-    bool wantsHelp = false;
-};
-
-/// Takes one option with its value. Returns false when there is none of this name.
-bool TakeOption(const std::wstring& flag, const wchar_t* value, PackJob& job) {
-    const struct {
-        const wchar_t* flag;
-        std::wstring* path;
-    } paths[] = {{L"--base", &job.base},
-                 {L"--product", &job.product},
-                 {L"--app", &job.app},
-                 {L"--out", &job.out}};
-    for (const auto& option : paths) {
-        if (flag == option.flag) {
-            *option.path = FromHostPath(value);
-            return true;
-        }
-    }
-    if (flag == L"--arch")
-        job.architectures.push_back(Narrow(value));
-    else if (flag == L"--base-url")
-        job.baseUrl = Narrow(value);
-    else if (flag == L"--alt-url")
-        job.altUrl = Narrow(value);
-    else
-        return false;
-    return true;
-}
-
-/// Returns an empty text, or what is wrong with the call.
-std::string ParseCall(int count, wchar_t** arguments, Call& call) {
-    for (int i = 1; i < count; ++i) {
-        const std::wstring argument = arguments[i];
-        if (argument == L"--help" || argument == L"-h")
-            call.wantsHelp = true;
-        else if (argument == L"--check")
-            call.checkOnly = true;
-        else if (i + 1 == count)
-            return "no value behind " + Narrow(argument) + ", or an unknown argument";
-        else if (!TakeOption(argument, arguments[++i], call.job))
-            return "unknown argument " + Narrow(argument);
-    }
-    if (call.job.product.empty() || call.job.app.empty() || call.job.out.empty())
-        return "--product, --app and --out are needed";
-    return {};
-}
-
 std::wstring DefaultBase() {
     std::wstring path(32768, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
     return ParentOf(path) + L"\\setup_base.exe";
-}
-
-void PrintFindings(const Findings& findings) {
-    const std::size_t shown = std::min(findings.size(), mostFindings);
-    for (std::size_t i = 0; i < shown; ++i)
-        PrintErrorLine(FormatFinding(findings[i]));
-    if (shown < findings.size())
-        PrintErrorLine("... and " + std::to_string(findings.size() - shown) + " more");
 }
 
 /// "12345678" as "12 345 678".
@@ -117,15 +52,17 @@ std::string GroupDigits(std::uint64_t number) {
 
 std::string DescribeWhat(const PackPlan& plan) {
     std::string what = Narrow(plan.product.identity.displayName) + " " + plan.app.version;
-    for (const std::string& arch : plan.architectures)
+    for (const std::string& arch : plan.architectures) {
         what += " " + arch;
+    }
     return what;
 }
 
 void PrintFiles(const std::vector<PackedFile>& files) {
     std::size_t widest = 0;
-    for (const PackedFile& file : files)
+    for (const PackedFile& file : files) {
         widest = std::max(widest, Widen(file.path).size());
+    }
     for (const PackedFile& file : files) {
         const std::string number = GroupDigits(file.bytes);
         const std::size_t gap = widest - Widen(file.path).size() + 15 - number.size();
@@ -137,26 +74,29 @@ void PrintHowToPublish(const PackPlan& plan) {
     PrintLine("To publish: copy the folder to a host for plain files, manifest.json last, so that");
     PrintLine("  " + plan.manifestUrl);
     PrintLine("is the manifest; archives are looked for under");
-    if (!plan.altUrl.empty())
+    if (!plan.altUrl.empty()) {
         PrintLine("  " + plan.altUrl + "/download/win/");
+    }
     PrintLine("  " + plan.baseUrl + "/download/win/");
 }
 
-int Run(const Call& call) {
+int Pack(const Program& program, const PackJob& job, bool checkOnly) {
     const ULONGLONG start = GetTickCount64();
     Findings findings;
-    const PackPlan plan = CheckPack(call.job, findings);
+    const PackPlan plan = CheckPack(job, findings);
     PrintFindings(findings);
-    if (HasErrors(findings))
-        return Fail(exitFailed, "nothing written; what stands above does not fit");
-    if (call.checkOnly) {
+    if (HasErrors(findings)) {
+        return Fail(program, exitFailed, "nothing written; what stands above does not fit");
+    }
+    if (checkOnly) {
         PrintLine(DescribeWhat(plan) + ": everything fits, nothing written");
         return exitDone;
     }
     std::vector<PackedFile> files;
-    const std::string failure = MakePack(call.job, plan, files);
-    if (!failure.empty())
-        return Fail(exitFailed, failure + "; nothing published");
+    const std::string failure = MakePack(job, plan, files);
+    if (!failure.empty()) {
+        return Fail(program, exitFailed, failure + "; nothing published");
+    }
     const ULONGLONG tenths = (GetTickCount64() - start + 50) / 100;
     PrintLine(DescribeWhat(plan) + ", made in " + std::to_string(tenths / 10) + "." +
               std::to_string(tenths % 10) + " s:");
@@ -168,14 +108,23 @@ int Run(const Call& call) {
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) {
-    Call call;
-    call.job.base = DefaultBase();
-    const std::string wrong = ParseCall(count, arguments, call);
-    if (call.wantsHelp) {
-        PrintLine(help);
-        return exitDone;
-    }
-    if (!wrong.empty())
-        return Fail(exitUsage, wrong + "; see pack --help");
-    return Run(call);
+    PackJob job;
+    job.base = DefaultBase();
+    Program program;
+    program.name = "pack";
+    program.help = help;
+    program.options = {
+        PathOption(L"--base", job.base),
+        PathOption(L"--product", job.product),
+        PathOption(L"--app", job.app),
+        PathOption(L"--out", job.out),
+        {L"--arch", [&](const wchar_t* name) { job.architectures.push_back(Narrow(name)); }},
+        {L"--base-url", [&](const wchar_t* url) { job.baseUrl = Narrow(url); }},
+        {L"--alt-url", [&](const wchar_t* url) { job.altUrl = Narrow(url); }}};
+    program.judge = [&](bool) {
+        const bool lacks = job.product.empty() || job.app.empty() || job.out.empty();
+        return std::string(lacks ? "--product, --app and --out are needed" : "");
+    };
+    program.run = [&](bool checkOnly) { return Pack(program, job, checkOnly); };
+    return RunProgram(program, count, arguments);
 }

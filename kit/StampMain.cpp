@@ -5,11 +5,10 @@
 #include "kit/Console.h"
 #include "kit/Files.h"
 #include "kit/ProductFolder.h"
+#include "kit/Program.h"
 #include "kit/Stamp.h"
 
 namespace {
-
-constexpr int exitDone = 0, exitFailed = 1, exitUsage = 2;
 
 constexpr const char* help =
     "stamp --base EXE --product DIR [--archive ZIP] --out EXE\n"
@@ -22,58 +21,11 @@ constexpr const char* help =
     "A product folder holds product.json, texts.json, background.png and icon.ico.\n"
     "Exit code: 0 done, 1 something does not fit or failed, 2 wrong call.";
 
-int Fail(int code, const std::string& text) {
-    PrintErrorLine("stamp: " + text);
-    return code;
-}
-
-struct Call {
-    StampJob job;
-    std::wstring product;
-    bool checkOnly = false;
-    bool wantsHelp = false;
-};
-
-/// Returns an empty text, or what is wrong with the call.
-std::string ParseCall(int count, wchar_t** arguments, Call& call) {
-    const struct {
-        const wchar_t* flag;
-        std::wstring* value;
-    } options[] = {{L"--base", &call.job.base},
-                   {L"--archive", &call.job.archive},
-                   {L"--out", &call.job.out},
-                   {L"--product", &call.product}};
-    for (int i = 1; i < count; ++i) {
-        const std::wstring argument = arguments[i];
-        if (argument == L"--help" || argument == L"-h")
-            call.wantsHelp = true;
-        else if (argument == L"--check")
-            call.checkOnly = true;
-        else {
-            std::wstring* value = nullptr;
-            for (const auto& option : options) {
-                if (argument == option.flag)
-                    value = option.value;
-            }
-            if (value == nullptr)
-                return "unknown argument " + Narrow(argument);
-            if (++i == count)
-                return "no value behind " + Narrow(argument);
-            *value = FromHostPath(arguments[i]);
-        }
-    }
-    if (call.product.empty())
-        return "--product is missing";
-    if (!call.checkOnly && (call.job.base.empty() || call.job.out.empty()))
-        return "--base and --out are needed";
-    return {};
-}
-
-void PrintParts(const Call& call, const std::vector<StampedPart>& parts) {
-    PrintLine(Narrow(call.job.out));
-    std::vector<StampedPart> rows = {{"base", ReadFileSize(call.job.base)}};
+void PrintParts(const StampJob& job, const std::vector<StampedPart>& parts) {
+    PrintLine(Narrow(job.out));
+    std::vector<StampedPart> rows = {{"base", ReadFileSize(job.base)}};
     rows.insert(rows.end(), parts.begin(), parts.end());
-    rows.push_back({"in all", ReadFileSize(call.job.out)});
+    rows.push_back({"in all", ReadFileSize(job.out)});
     for (const StampedPart& row : rows) {
         const std::string number = std::to_string(row.bytes);
         PrintLine("  " + row.name + std::string(22 - row.name.size() - number.size(), ' ') +
@@ -81,38 +33,47 @@ void PrintParts(const Call& call, const std::vector<StampedPart>& parts) {
     }
 }
 
-int Run(const Call& call) {
+int Stamp(const Program& program, const StampJob& job, const std::wstring& folder, bool checkOnly) {
     Findings findings;
-    const Product product = ReadProductFolder(call.product, findings);
-    for (const Finding& finding : findings)
-        PrintErrorLine(FormatFinding(finding));
-    const std::string wrong = CheckStampJob(call.job);
-    if (!wrong.empty())
+    const Product product = ReadProductFolder(folder, findings);
+    PrintFindings(findings);
+    const std::string wrong = CheckStampJob(job);
+    if (!wrong.empty()) {
         PrintErrorLine("error: " + wrong);
-    if (HasErrors(findings) || !wrong.empty())
-        return Fail(exitFailed, "nothing written; what stands above does not fit");
-    if (call.checkOnly) {
-        PrintLine(Narrow(call.product) + ": " + Narrow(product.identity.displayName) + " fits");
+    }
+    if (HasErrors(findings) || !wrong.empty()) {
+        return Fail(program, exitFailed, "nothing written; what stands above does not fit");
+    }
+    if (checkOnly) {
+        PrintLine(Narrow(folder) + ": " + Narrow(product.identity.displayName) + " fits");
         return exitDone;
     }
     std::vector<StampedPart> parts;
-    const std::string failure = StampProduct(call.job, product, parts);
-    if (!failure.empty())
-        return Fail(exitFailed, failure);
-    PrintParts(call, parts);
+    const std::string failure = StampProduct(job, product, parts);
+    if (!failure.empty()) {
+        return Fail(program, exitFailed, failure);
+    }
+    PrintParts(job, parts);
     return exitDone;
 }
 
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) {
-    Call call;
-    const std::string wrong = ParseCall(count, arguments, call);
-    if (call.wantsHelp) {
-        PrintLine(help);
-        return exitDone;
-    }
-    if (!wrong.empty())
-        return Fail(exitUsage, wrong + "; see stamp --help");
-    return Run(call);
+    StampJob job;
+    std::wstring folder;
+    Program program;
+    program.name = "stamp";
+    program.help = help;
+    program.options = {PathOption(L"--base", job.base), PathOption(L"--archive", job.archive),
+                       PathOption(L"--out", job.out), PathOption(L"--product", folder)};
+    program.judge = [&](bool checkOnly) {
+        if (folder.empty()) {
+            return std::string("--product is missing");
+        }
+        const bool lacks = !checkOnly && (job.base.empty() || job.out.empty());
+        return std::string(lacks ? "--base and --out are needed" : "");
+    };
+    program.run = [&](bool checkOnly) { return Stamp(program, job, folder, checkOnly); };
+    return RunProgram(program, count, arguments);
 }
