@@ -46,8 +46,9 @@ std::string MakePng(unsigned width, unsigned height, const Paint& paint) {
     std::string rows;
     for (unsigned y = 0; y < height; ++y) {
         rows += '\0';  // no filter
-        for (unsigned x = 0; x < width; ++x)
+        for (unsigned x = 0; x < width; ++x) {
             rows += Big32(paint(x, y));
+        }
     }
     uLongf size = compressBound(static_cast<uLong>(rows.size()));
     std::string packed(size, '\0');
@@ -73,8 +74,9 @@ Paint MakePaint(std::mt19937& random) {
 /// The field that the progress bar grows over, with its frame.
 Paint WithTrack(const Paint& paint) {
     return [paint](unsigned x, unsigned y) {
-        if (x >= 90 && x <= 410 && y >= 176 && y <= 190)
+        if (x >= 90 && x <= 410 && y >= 176 && y <= 190) {
             return 0xE5E7E3FFu;
+        }
         return x >= 89 && x <= 411 && y >= 175 && y <= 191 ? 0xBABCB9FFu : paint(x, y);
     };
 }
@@ -125,8 +127,9 @@ void Write(const std::wstring& path, const std::string& content) {
 std::string MakeGuid(std::mt19937& random) {
     std::string guid = "{00000000-0000-0000-0000-000000000000}";
     for (char& c : guid) {
-        if (c == '0')
+        if (c == '0') {
             c = "0123456789ABCDEF"[random() % 16];
+        }
     }
     return guid;
 }
@@ -149,8 +152,9 @@ Json MakeTexts(Json texts, const std::string& name, std::mt19937& random) {
     for (auto& row : texts.items()) {
         for (auto& cell : row.value().items()) {
             std::string text = cell.value();
-            for (unsigned words = random() % 4; words > 0; --words)
+            for (unsigned words = random() % 4; words > 0; --words) {
                 text += " " + name;
+            }
             cell.value() = row.key() == "TextProductName" ? name : text;
         }
     }
@@ -188,7 +192,8 @@ int wmain(int count, wchar_t** arguments) {
     }
     const Json texts = Json::parse(content);
     const unsigned wanted = std::wcstoul(arguments[1], nullptr, 10);
-    for (unsigned number = 1; number <= wanted; ++number)
+    for (unsigned number = 1; number <= wanted; ++number) {
         MakeProduct(out + L"\\p" + std::to_wstring(number), number, texts);
+    }
     return 0;
 }

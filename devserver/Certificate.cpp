@@ -32,8 +32,9 @@ bool AddExtension(X509* certificate, int id, const char* value) {
 /// the same one.
 bool SetSerialNumber(X509* certificate) {
     uint64_t number = 0;
-    if (RAND_bytes(reinterpret_cast<unsigned char*>(&number), sizeof number) != 1)
+    if (RAND_bytes(reinterpret_cast<unsigned char*>(&number), sizeof number) != 1) {
         return false;
+    }
     return ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), number >> 1) == 1;
 }
 
@@ -41,8 +42,9 @@ Certificate MakeCertificate(EVP_PKEY* key) {
     constexpr long kDay = 24 * 60 * 60;
     Certificate made(X509_new(), X509_free);
     X509* certificate = made.get();
-    if (certificate == nullptr || !SetSerialNumber(certificate))
+    if (certificate == nullptr || !SetSerialNumber(certificate)) {
         return {nullptr, X509_free};
+    }
     X509_set_version(certificate, X509_VERSION_3);
     // A day back, for machines whose clock is a little behind.
     X509_gmtime_adj(X509_getm_notBefore(certificate), -kDay);
@@ -59,16 +61,18 @@ Certificate MakeCertificate(EVP_PKEY* key) {
                      "critical,digitalSignature,keyEncipherment,keyCertSign") &&
         AddExtension(certificate, NID_ext_key_usage, "serverAuth") &&
         X509_sign(certificate, key, EVP_sha256()) > 0;
-    if (!complete)
+    if (!complete) {
         made.reset();
+    }
     return made;
 }
 
 template <typename Write>
 bool WriteWith(const fs::path& path, Write write) {
     std::FILE* file = std::fopen(path.c_str(), "wbe");
-    if (file == nullptr)
+    if (file == nullptr) {
         return false;
+    }
     const bool written = write(file) == 1;
     return std::fclose(file) == 0 && written;
 }

@@ -30,8 +30,9 @@ Connection& Connection::Current() {
 }
 
 void Connection::Log(const std::string& fault) {
-    if (logged)
+    if (logged) {
         return;
+    }
     logged = true;
     entry.fault = fault;
     log_.Add(entry);
@@ -55,8 +56,9 @@ void Connection::Finish() {
         SendHeld();
     }
     Log(transport_.Stopping() ? "stopped" : "client-left");
-    if (graceful_)
+    if (graceful_) {
         transport_.EndStream(true);
+    }
 }
 
 ssize_t Connection::read(char* data, size_t size) {
@@ -66,8 +68,9 @@ ssize_t Connection::read(char* data, size_t size) {
         inputAt_ = 0;
         const ssize_t got = transport_.Read(input_.data(), kInputSize);
         input_.resize(got > 0 ? static_cast<size_t>(got) : 0);
-        if (got <= 0)
+        if (got <= 0) {
             return got;
+        }
     }
     const size_t taken = input_.copy(data, size, inputAt_);
     inputAt_ += taken;
@@ -76,12 +79,15 @@ ssize_t Connection::read(char* data, size_t size) {
 
 ssize_t Connection::write(const char* data, size_t size) {
     std::string_view rest(data, size);
-    if (closed_)
+    if (closed_) {
         return -1;
-    if (!headDone_ && !WriteHead(rest))
+    }
+    if (!headDone_ && !WriteHead(rest)) {
         return -1;
-    if (!rest.empty() && !WriteBody(rest))
+    }
+    if (!rest.empty() && !WriteBody(rest)) {
         return -1;
+    }
     return static_cast<ssize_t>(size);
 }
 
@@ -109,15 +115,19 @@ bool Connection::WriteHead(std::string_view& data) {
 }
 
 bool Connection::WriteBody(std::string_view data) {
-    if (!fault)
+    if (!fault) {
         return Push(data, kHoldBack);
-    if (fault->kind == FaultKind::slow)
+    }
+    if (fault->kind == FaultKind::slow) {
         return WriteSlowly(data);
-    if (fault->kind != FaultKind::cut && fault->kind != FaultKind::stall)
+    }
+    if (fault->kind != FaultKind::cut && fault->kind != FaultKind::stall) {
         return Push(data, kHoldBack);
+    }
     const uint64_t allowed = fault->after - std::min(fault->after, body_);
-    if (allowed >= data.size())
+    if (allowed >= data.size()) {
         return Push(data, kHoldBack);
+    }
     return Push(data.substr(0, allowed), kHoldBack) && BreakOff();
 }
 
@@ -128,8 +138,9 @@ bool Connection::BreakOff() {
     Log(FaultName(kind));
     SendHeld();
     closed_ = true;
-    if (kind == FaultKind::stall)
+    if (kind == FaultKind::stall) {
         transport_.WaitForClientToLeave();
+    }
     graceful_ = false;
     transport_.EndStream(false);
     return false;
@@ -137,14 +148,16 @@ bool Connection::BreakOff() {
 
 bool Connection::WriteSlowly(std::string_view data) {
     using std::chrono::microseconds;
-    if (body_ == 0)
+    if (body_ == 0) {
         slowStart_ = std::chrono::steady_clock::now();
+    }
     const uint64_t step = std::max<uint64_t>(1, fault->bytesPerSecond / kSlowSteps);
     while (!data.empty()) {
         const std::string_view piece = data.substr(0, step);
         data.remove_prefix(piece.size());
-        if (!Push(piece, 0))
+        if (!Push(piece, 0)) {
             return false;
+        }
         const double seconds =
             static_cast<double>(body_) / static_cast<double>(fault->bytesPerSecond);
         const auto due = microseconds(static_cast<int64_t>(seconds * 1e6));
@@ -158,8 +171,9 @@ bool Connection::WriteSlowly(std::string_view data) {
 
 /// Holds `data`, and sends what was held before when it would become more than `holdBack`.
 bool Connection::Push(std::string_view data, size_t holdBack) {
-    if (held_.size() + data.size() > holdBack && !SendHeld())
+    if (held_.size() + data.size() > holdBack && !SendHeld()) {
         return false;
+    }
     held_ += data;
     heldBody_ += data.size();
     body_ += data.size();
@@ -167,10 +181,11 @@ bool Connection::Push(std::string_view data, size_t holdBack) {
 }
 
 bool Connection::SendHeld() {
-    if (transport_.WriteAll(held_.data(), held_.size()))
+    if (transport_.WriteAll(held_.data(), held_.size())) {
         entry.bytes += heldBody_;
-    else
+    } else {
         closed_ = true;
+    }
     held_.clear();
     heldBody_ = 0;
     return !closed_;

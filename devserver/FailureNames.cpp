@@ -66,8 +66,9 @@ constexpr Name kFailures[] = {
 
 const Name* FindName(std::span<const Name> names, const std::string& text) {
     for (const Name& name : names) {
-        if (text == name.text)
+        if (text == name.text) {
             return &name;
+        }
     }
     return nullptr;
 }

@@ -14,16 +14,18 @@ constexpr std::pair<const char*, FaultKind> kNames[] = {
     {"redirect", FaultKind::redirect}};
 
 std::string ReadText(const Json& value, std::string& field) {
-    if (!value.is_string())
+    if (!value.is_string()) {
         return "must be a text";
+    }
     field = value.get<std::string>();
     const auto isControl = [](unsigned char byte) { return byte < 0x20; };
     return std::any_of(field.begin(), field.end(), isControl) ? "holds a control character" : "";
 }
 
 std::string ReadNumber(const Json& value, int64_t least, int64_t& field) {
-    if (!value.is_number_integer() || value.get<int64_t>() < least)
+    if (!value.is_number_integer() || value.get<int64_t>() < least) {
         return "must be a whole number, " + std::to_string(least) + " or more";
+    }
     field = value.get<int64_t>();
     return {};
 }
@@ -49,8 +51,9 @@ std::string ReadField(const std::string& key, const Json& value, FaultRule& rule
         wrong = ReadKind(value, rule.kind);
     } else if (key == "count") {
         wrong = ReadNumber(value, -1, rule.count);
-        if (wrong.empty() && rule.count == 0)
+        if (wrong.empty() && rule.count == 0) {
             wrong = "must not be 0";
+        }
     } else if (key == "bytes_per_second") {
         wrong = ReadNumber(value, 1, number);
         rule.bytesPerSecond = static_cast<uint64_t>(number);
@@ -65,18 +68,23 @@ std::string ReadField(const std::string& key, const Json& value, FaultRule& rule
 
 std::string ReadRule(const Json& object, FaultRule& rule) {
     rule = FaultRule{};
-    if (!object.is_object())
+    if (!object.is_object()) {
         return "a fault is a JSON object";
-    if (!object.contains("fault"))
-        return "fault is missing";
-    for (const auto& [key, value] : object.items()) {
-        if (std::string wrong = ReadField(key, value, rule); !wrong.empty())
-            return wrong;
     }
-    if (rule.path.empty() || rule.path[0] != '/')
+    if (!object.contains("fault")) {
+        return "fault is missing";
+    }
+    for (const auto& [key, value] : object.items()) {
+        if (std::string wrong = ReadField(key, value, rule); !wrong.empty()) {
+            return wrong;
+        }
+    }
+    if (rule.path.empty() || rule.path[0] != '/') {
         return "path must begin with /";
-    if (rule.kind == FaultKind::redirect && rule.to.empty())
+    }
+    if (rule.kind == FaultKind::redirect && rule.to.empty()) {
         return "redirect needs to";
+    }
     try {
         rule.pattern = std::regex(rule.path);
     } catch (const std::regex_error&) {
@@ -89,8 +97,9 @@ std::string ReadRule(const Json& object, FaultRule& rule) {
 
 const char* FaultName(FaultKind kind) {
     for (const auto& [name, named] : kNames) {
-        if (named == kind)
+        if (named == kind) {
             return name;
+        }
     }
     return "";
 }
@@ -105,8 +114,9 @@ std::string ParseFaultOption(std::string_view text, FaultRule& rule) {
         const std::string_view pair = text.substr(0, text.find(','));
         text.remove_prefix(std::min(text.size(), pair.size() + 1));
         const size_t equals = pair.find('=');
-        if (equals == std::string_view::npos)
+        if (equals == std::string_view::npos) {
             return "\"" + std::string(pair) + "\" is no key=value";
+        }
         const std::string key(pair.substr(0, equals));
         const std::string value(pair.substr(equals + 1));
         const bool isText = key == "path" || key == "fault" || key == "to";
@@ -125,12 +135,15 @@ void Faults::Add(FaultRule rule) {
 std::optional<FaultRule> Faults::Take(const std::string& path) {
     const std::lock_guard lock(mutex_);
     for (FaultRule& rule : rules_) {
-        if (rule.count == 0)
+        if (rule.count == 0) {
             continue;
-        if (!path.starts_with(rule.path) && !std::regex_match(path, rule.pattern))
+        }
+        if (!path.starts_with(rule.path) && !std::regex_match(path, rule.pattern)) {
             continue;
-        if (rule.count > 0)
+        }
+        if (rule.count > 0) {
             --rule.count;
+        }
         return rule;
     }
     return std::nullopt;

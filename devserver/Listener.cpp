@@ -23,22 +23,26 @@ Listener::Listener(RequestLog& log, Faults& faults, const StopSignal& stop, SSL_
 }
 
 bool Listener::Start(int port) {
-    if (port == 0)
+    if (port == 0) {
         port_ = bind_to_any_port("127.0.0.1");
-    else
+    } else {
         port_ = bind_to_port("127.0.0.1", port) ? port : -1;
-    if (port_ <= 0)
+    }
+    if (port_ <= 0) {
         return false;
+    }
     thread_ = std::thread([this] { listen_after_bind(); });
     // A stop before the loop has begun would be lost.
-    while (!is_running())
+    while (!is_running()) {
         std::this_thread::yield();
+    }
     return true;
 }
 
 void Listener::Stop() {
-    if (!thread_.joinable())
+    if (!thread_.joinable()) {
         return;
+    }
     stop();
     thread_.join();
 }
@@ -54,8 +58,9 @@ void Listener::LogNoRequest(const char* what) {
 /// True when the client speaks the scheme of this port.
 bool Listener::Greet(Transport& transport) {
     const int first = transport.PeekFirstByte();
-    if (first < 0)
+    if (first < 0) {
         return false;
+    }
     const bool speaksTls = first == kTlsHandshake;
     if (speaksTls != (tls_ != nullptr)) {
         LogNoRequest(speaksTls ? "tls-on-http" : "http-on-tls");
@@ -70,8 +75,9 @@ bool Listener::Greet(Transport& transport) {
 
 bool Listener::process_and_close_socket(socket_t socket) {
     Transport transport(socket, stop_);
-    if (!Greet(transport))
+    if (!Greet(transport)) {
         return false;
+    }
     Connection connection(transport, log_, scheme_);
     bool arrived = false;
     bool clientCloses = false;
@@ -80,8 +86,9 @@ bool Listener::process_and_close_socket(socket_t socket) {
             arrived = true;
             connection.entry.method = request.method;
             connection.entry.target = request.target;
-            if (request.path.starts_with("/_control/"))
+            if (request.path.starts_with("/_control/")) {
                 return;
+            }
             connection.logged = false;
             connection.fault = faults_.Take(request.path);
         });
@@ -90,8 +97,9 @@ bool Listener::process_and_close_socket(socket_t socket) {
         connection.logged = false;
         arrived = true;
     }
-    if (!arrived && tls_ != nullptr)
+    if (!arrived && tls_ != nullptr) {
         LogNoRequest("no-request");
+    }
     connection.Finish();
     return answered;
 }

@@ -42,8 +42,9 @@ int main(int argc, char** argv) {
         }
     }
     ServerSettings settings;
-    if (const std::string wrong = ParseOptions(arguments, settings); !wrong.empty())
+    if (const std::string wrong = ParseOptions(arguments, settings); !wrong.empty()) {
         return Fail(wrong + "; see --help");
+    }
 
     // Blocked before there are threads, so that only the wait below gets them.
     sigset_t ends;
@@ -53,8 +54,9 @@ int main(int argc, char** argv) {
     pthread_sigmask(SIG_BLOCK, &ends, nullptr);
 
     DevServer server;
-    if (const std::string wrong = server.Start(settings); !wrong.empty())
+    if (const std::string wrong = server.Start(settings); !wrong.empty()) {
         return Fail(wrong);
+    }
     PrintFacts(server, settings);
     int signal = 0;
     sigwait(&ends, &signal);

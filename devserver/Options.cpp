@@ -32,12 +32,14 @@ std::string ReadOption(const std::string& name, const std::string& value,
                        ServerSettings& settings) {
     int port = 0;
     if (name == "--port" || name == "--https-port") {
-        if (!ReadPort(value, port))
+        if (!ReadPort(value, port)) {
             return name + ": no port: " + value;
-        if (name == "--port")
+        }
+        if (name == "--port") {
             settings.port = port;
-        else
+        } else {
             settings.httpsPort = port;
+        }
     } else if (name == "--reports") {
         settings.reports = value;
     } else if (name == "--cert-dir") {
@@ -46,8 +48,9 @@ std::string ReadOption(const std::string& name, const std::string& value,
         settings.logFile = value;
     } else if (name == "--fault") {
         FaultRule rule;
-        if (const std::string wrong = ParseFaultOption(value, rule); !wrong.empty())
+        if (const std::string wrong = ParseFaultOption(value, rule); !wrong.empty()) {
             return "--fault: " + wrong;
+        }
         settings.faults.push_back(std::move(rule));
     } else {
         return "unknown option " + name;
@@ -61,23 +64,30 @@ std::string ParseOptions(const std::vector<std::string>& arguments, ServerSettin
     for (size_t at = 0; at < arguments.size(); ++at) {
         const std::string& argument = arguments[at];
         if (!argument.starts_with("--")) {
-            if (!settings.directory.empty())
+            if (!settings.directory.empty()) {
                 return "more than one folder to serve";
+            }
             settings.directory = argument;
             continue;
         }
-        if (at + 1 == arguments.size())
+        if (at + 1 == arguments.size()) {
             return argument + " needs a value";
-        if (std::string wrong = ReadOption(argument, arguments[++at], settings); !wrong.empty())
+        }
+        if (std::string wrong = ReadOption(argument, arguments[++at], settings); !wrong.empty()) {
             return wrong;
+        }
     }
-    if (settings.directory.empty())
+    if (settings.directory.empty()) {
         return "which folder is to be served?";
-    if (settings.port != 0 && settings.httpsPort == settings.port)
+    }
+    if (settings.port != 0 && settings.httpsPort == settings.port) {
         return "http and https need a port each";
-    if (settings.reports.empty())
+    }
+    if (settings.reports.empty()) {
         settings.reports = fs::temp_directory_path() / "devserver-reports";
-    if (settings.certificates.empty())
+    }
+    if (settings.certificates.empty()) {
         settings.certificates = settings.reports;
+    }
     return {};
 }

@@ -13,8 +13,9 @@ constexpr size_t kSeparatorLength = 3;
 // the end.
 std::string Between(const std::string& text, const std::string& mark, const std::string& end) {
     size_t from = text.find(mark);
-    if (from == std::string::npos)
+    if (from == std::string::npos) {
         return {};
+    }
     from += mark.size();
     return text.substr(from, text.find(end, from) - from);
 }
@@ -33,23 +34,26 @@ void TakeSystemError(std::string& head, ReportFacts& facts) {
          at = at == 0 ? std::string::npos : head.rfind(mark, at - 1)) {
         const size_t digits = at + mark.size();
         const size_t end = head.find_first_not_of("0123456789", digits);
-        if (end == std::string::npos || end == digits || head.compare(end, 2, "] ") != 0)
+        if (end == std::string::npos || end == digits || head.compare(end, 2, "] ") != 0) {
             continue;
+        }
         facts.code = head.substr(digits, end - digits);
         facts.codeText = TrimEnd(head.substr(end + 2));
         head.erase(at);
         return;
     }
-    if (head.ends_with(kSeparator))
+    if (head.ends_with(kSeparator)) {
         head.erase(head.size() - kSeparatorLength);
+    }
 }
 
 std::vector<std::string> SplitMessage(const std::string& message) {
     std::vector<std::string> pieces;
     size_t from = 0;
     for (size_t at; (at = message.find(kSeparator, from)) != std::string::npos;
-         from = at + kSeparatorLength)
+         from = at + kSeparatorLength) {
         pieces.push_back(message.substr(from, at - from));
+    }
     pieces.push_back(message.substr(from));
     return pieces;
 }

@@ -20,10 +20,12 @@ bool WriteWhole(const fs::path& target, const std::string& content) {
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
     file.close();
     std::error_code failed;
-    if (file)
+    if (file) {
         fs::rename(unfinished, target, failed);
-    if (file && !failed)
+    }
+    if (file && !failed) {
         return true;
+    }
     fs::remove(unfinished, failed);
     return false;
 }
@@ -41,20 +43,24 @@ bool ReportInbox::Open(const fs::path& folder) {
     std::error_code failed;
     fs::create_directories(folder, failed);
     fs::directory_iterator files(folder, failed);
-    if (failed)
+    if (failed) {
         return false;
-    for (const fs::directory_entry& file : files)
+    }
+    for (const fs::directory_entry& file : files) {
         lastNumber_ = std::max(lastNumber_, NumberOf(file.path()));
+    }
     folder_ = folder;
     return true;
 }
 
 ReportInbox::Answer ReportInbox::Receive(const std::string& body, nlohmann::json facts) {
-    if (body.size() > kLargestBody)
+    if (body.size() > kLargestBody) {
         return {413, "report refused: too large"};
+    }
     std::string text;
-    if (const std::string wrong = DecodeReportBody(body, text); !wrong.empty())
+    if (const std::string wrong = DecodeReportBody(body, text); !wrong.empty()) {
         return {400, "report refused: " + wrong};
+    }
 
     facts["bodyBytes"] = body.size();
     facts["textBytes"] = text.size();
@@ -68,11 +74,13 @@ ReportInbox::Answer ReportInbox::Receive(const std::string& body, nlohmann::json
     const std::pair<const char*, const std::string&> files[] = {
         {".raw", body}, {".json", factsText}, {".txt", text}};
     for (const auto& [extension, content] : files) {
-        if (WriteWhole(folder_ / (std::string(number) + extension), content))
+        if (WriteWhole(folder_ / (std::string(number) + extension), content)) {
             continue;
+        }
         std::error_code ignored;
-        for (const auto& [written, unused] : files)
+        for (const auto& [written, unused] : files) {
             fs::remove(folder_ / (std::string(number) + written), ignored);
+        }
         return {500, "report not stored: the folder cannot be written"};
     }
     ++lastNumber_;

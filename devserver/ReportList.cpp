@@ -21,8 +21,9 @@ using Row = std::array<std::string, 9>;
 
 bool ReadStart(const fs::path& file, size_t most, std::string& content) {
     std::ifstream stream(file, std::ios::binary);
-    if (!stream)
+    if (!stream) {
         return false;
+    }
     content.resize(most);
     stream.read(content.data(), static_cast<std::streamsize>(most));
     content.resize(static_cast<size_t>(stream.gcount()));
@@ -40,8 +41,9 @@ unsigned NumberOf(const fs::path& file) {
 
 std::string NoteOfTime(const fs::path& text) {
     std::string content;
-    if (!ReadStart(fs::path(text).replace_extension(".json"), kLongestHead, content))
+    if (!ReadStart(fs::path(text).replace_extension(".json"), kLongestHead, content)) {
         return {};
+    }
     const Json notes = Json::parse(content, nullptr, false);
     const auto time = notes.is_object() ? notes.find("time") : notes.end();
     return time != notes.end() && time->is_string() ? time->get<std::string>() : "";
@@ -53,10 +55,12 @@ void CountEquals(std::vector<StoredReport>& reports) {
         const ReportFacts& facts = report.facts;
         return std::array{facts.operation, facts.stage, facts.failure, facts.code};
     };
-    for (const StoredReport& report : reports)
+    for (const StoredReport& report : reports) {
         ++counts[keyOf(report)];
-    for (StoredReport& report : reports)
+    }
+    for (StoredReport& report : reports) {
         report.equals = counts[keyOf(report)];
+    }
 }
 
 size_t CountCharacters(const std::string& text) {
@@ -67,8 +71,9 @@ size_t CountCharacters(const std::string& text) {
 std::string FirstCharacters(const std::string& text, size_t count) {
     size_t at = 0;
     for (; at < text.size(); ++at) {
-        if ((text[at] & 0xC0) != 0x80 && count-- == 0)
+        if ((text[at] & 0xC0) != 0x80 && count-- == 0) {
             break;
+        }
     }
     return text.substr(0, at);
 }
@@ -77,8 +82,9 @@ std::string ToCell(const std::string& text) {
     std::string cell = WithoutControls(text);
     std::replace_if(
         cell.begin(), cell.end(), [](char byte) { return byte == '\n' || byte == '\t'; }, ' ');
-    if (CountCharacters(cell) > kWidestCell)
+    if (CountCharacters(cell) > kWidestCell) {
         cell = FirstCharacters(cell, kWidestCell - 3) + "...";
+    }
     return cell.empty() ? "-" : cell;
 }
 
@@ -107,8 +113,9 @@ bool ListReports(const fs::path& folder, std::vector<StoredReport>& reports) {
         StoredReport report;
         report.number = NumberOf(file->path());
         std::string text;
-        if (report.number == 0 || !ReadStart(file->path(), kLongestHead, text))
+        if (report.number == 0 || !ReadStart(file->path(), kLongestHead, text)) {
             continue;
+        }
         report.received = NoteOfTime(file->path());
         report.facts = ReadReportFacts(text);
         reports.push_back(std::move(report));
@@ -123,8 +130,9 @@ bool ReadReport(const fs::path& folder, unsigned number, std::string& text) {
     std::error_code failed;
     for (fs::directory_iterator file(folder, failed), end; !failed && file != end;
          file.increment(failed)) {
-        if (number != 0 && NumberOf(file->path()) == number)
+        if (number != 0 && NumberOf(file->path()) == number) {
             return ReadStart(file->path(), ReportInbox::kLargestBody, text);
+        }
     }
     return false;
 }
@@ -151,18 +159,21 @@ std::string WithoutControls(const std::string& text) {
 std::string FormatTable(const std::vector<StoredReport>& reports) {
     std::vector<Row> rows = {{"no", "received (UTC)", "operation", "stage", "failure", "code",
                               "old > new", "system", "equal"}};
-    for (const StoredReport& report : reports)
+    for (const StoredReport& report : reports) {
         rows.push_back(ToRow(report));
+    }
     std::array<size_t, 9> widths{};
     for (const Row& row : rows) {
-        for (size_t column = 0; column < row.size(); ++column)
+        for (size_t column = 0; column < row.size(); ++column) {
             widths[column] = std::max(widths[column], CountCharacters(row[column]));
+        }
     }
     std::string table;
     for (const Row& row : rows) {
-        for (size_t column = 0; column + 1 < row.size(); ++column)
+        for (size_t column = 0; column + 1 < row.size(); ++column) {
             table +=
                 row[column] + std::string(widths[column] - CountCharacters(row[column]) + 2, ' ');
+        }
         table += row.back() + '\n';
     }
     return table;

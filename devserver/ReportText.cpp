@@ -5,12 +5,15 @@
 namespace {
 
 int HexDigit(char digit) {
-    if (digit >= '0' && digit <= '9')
+    if (digit >= '0' && digit <= '9') {
         return digit - '0';
-    if (digit >= 'a' && digit <= 'f')
+    }
+    if (digit >= 'a' && digit <= 'f') {
         return digit - 'a' + 10;
-    if (digit >= 'A' && digit <= 'F')
+    }
+    if (digit >= 'A' && digit <= 'F') {
         return digit - 'A' + 10;
+    }
     return -1;
 }
 
@@ -23,12 +26,14 @@ bool DecodePercent(std::string_view encoded, std::string& text) {
             text += encoded[at];
             continue;
         }
-        if (encoded.size() - at < 3)
+        if (encoded.size() - at < 3) {
             return false;
+        }
         const int high = HexDigit(encoded[at + 1]);
         const int low = HexDigit(encoded[at + 2]);
-        if (high < 0 || low < 0)
+        if (high < 0 || low < 0) {
             return false;
+        }
         text += static_cast<char>(high * 16 + low);
         at += 2;
     }
@@ -48,16 +53,19 @@ bool IsUtf8(std::string_view text) {
     for (size_t at = 0; at < text.size();) {
         const Lead* lead = nullptr;
         for (const Lead& row : kLeads) {
-            if (byteAt(at) >= row.first && byteAt(at) <= row.last)
+            if (byteAt(at) >= row.first && byteAt(at) <= row.last) {
                 lead = &row;
+            }
         }
-        if (lead == nullptr || text.size() - at < lead->length)
+        if (lead == nullptr || text.size() - at < lead->length) {
             return false;
+        }
         for (size_t next = 1; next < lead->length; ++next) {
             const unsigned char least = next == 1 ? lead->secondLeast : 0x80;
             const unsigned char most = next == 1 ? lead->secondMost : 0xbf;
-            if (byteAt(at + next) < least || byteAt(at + next) > most)
+            if (byteAt(at + next) < least || byteAt(at + next) > most) {
                 return false;
+            }
         }
         at += lead->length;
     }
@@ -68,12 +76,15 @@ std::string DecodeReportBody(std::string_view body, std::string& text) {
     using Json = nlohmann::json;
     const auto keepShallow = [](int depth, Json::parse_event_t, Json&) { return depth <= 1; };
     const Json report = Json::parse(body, keepShallow, false);
-    if (!report.is_object())
+    if (!report.is_object()) {
         return "not a JSON object";
+    }
     const auto message = report.find("message");
-    if (message == report.end() || !message->is_string())
+    if (message == report.end() || !message->is_string()) {
         return "no text \"message\"";
-    if (!DecodePercent(message->get_ref<const std::string&>(), text))
+    }
+    if (!DecodePercent(message->get_ref<const std::string&>(), text)) {
         return "bad percent sequence";
+    }
     return IsUtf8(text) ? "" : "not UTF-8";
 }

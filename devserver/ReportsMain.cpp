@@ -32,8 +32,9 @@ std::string ParseCall(const std::vector<std::string>& arguments, Call& call) {
             const std::string value = at + 1 < arguments.size() ? arguments[++at] : "";
             const char* end = value.data() + value.size();
             const auto [stop, failed] = std::from_chars(value.data(), end, call.number);
-            if (failed != std::errc() || stop != end || call.number == 0)
+            if (failed != std::errc() || stop != end || call.number == 0) {
                 return "--show needs the number of a report";
+            }
         } else if (argument.starts_with("-") || !call.folder.empty()) {
             return "unknown argument " + argument;
         } else {
@@ -51,8 +52,9 @@ void PrintJson(const nlohmann::json& json) {
 
 int Show(const Call& call, const std::vector<StoredReport>& reports) {
     std::string text;
-    if (!ReadReport(call.folder, call.number, text))
+    if (!ReadReport(call.folder, call.number, text)) {
         return Fail(1, "no report " + std::to_string(call.number) + " in " + call.folder);
+    }
     if (!call.asJson) {
         std::puts(WithoutControls(text).c_str());
         return 0;
@@ -70,8 +72,9 @@ int Show(const Call& call, const std::vector<StoredReport>& reports) {
 int List(const Call& call, const std::vector<StoredReport>& reports) {
     if (call.asJson) {
         nlohmann::json list = nlohmann::json::array();
-        for (const StoredReport& report : reports)
+        for (const StoredReport& report : reports) {
             list.push_back(ToJson(report));
+        }
         PrintJson(list);
     } else if (reports.empty()) {
         std::puts("no reports");
@@ -92,10 +95,12 @@ int main(int argc, char** argv) {
         }
     }
     Call call;
-    if (const std::string wrong = ParseCall(arguments, call); !wrong.empty())
+    if (const std::string wrong = ParseCall(arguments, call); !wrong.empty()) {
         return Fail(2, wrong + "; see --help");
+    }
     std::vector<StoredReport> reports;
-    if (!ListReports(call.folder, reports))
+    if (!ListReports(call.folder, reports)) {
         return Fail(1, "the folder cannot be read: " + call.folder);
+    }
     return call.number != 0 ? Show(call, reports) : List(call, reports);
 }

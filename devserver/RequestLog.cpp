@@ -20,8 +20,9 @@ std::string CurrentTimeText() {
 namespace {
 
 std::string OrDash(const std::string& text) {
-    if (text.empty())
+    if (text.empty()) {
         return "-";
+    }
     std::string printable;
     for (const unsigned char byte : text) {
         if (byte > 0x20 && byte < 0x7f) {
@@ -39,19 +40,22 @@ std::string OrDash(const std::string& text) {
 
 std::string FormatLogLine(const LogEntry& entry) {
     std::string result = entry.fault;
-    if (result.empty() && entry.status != 0)
+    if (result.empty() && entry.status != 0) {
         result = std::to_string(entry.status);
+    }
     std::string line = std::to_string(entry.sequence) + ' ' + entry.time + ' ' + entry.scheme +
                        ' ' + OrDash(entry.method) + ' ' + OrDash(entry.target) + ' ' +
                        OrDash(result) + ' ' + std::to_string(entry.bytes);
-    if (!entry.note.empty())
+    if (!entry.note.empty()) {
         line += ' ' + entry.note;
+    }
     return line;
 }
 
 RequestLog::~RequestLog() {
-    if (file_ != nullptr && file_ != stdout)
+    if (file_ != nullptr && file_ != stdout) {
         std::fclose(file_);
+    }
 }
 
 bool RequestLog::Open(const std::string& file) {
@@ -77,6 +81,7 @@ std::vector<LogEntry> RequestLog::Entries() const {
 void RequestLog::Clear() {
     const std::lock_guard lock(mutex_);
     entries_.clear();
-    if (file_ != nullptr && file_ != stdout && ftruncate(fileno(file_), 0) != 0)
+    if (file_ != nullptr && file_ != stdout && ftruncate(fileno(file_), 0) != 0) {
         std::perror("devserver: the log cannot be emptied");
+    }
 }

@@ -55,10 +55,12 @@ bool AnswerFault(const FaultRule& fault, Response& response) {
 void AnswerFile(const Request& request, Response& response, const std::filesystem::path& root) {
     OpenedFile file;
     const int status = OpenStaticFile(root, request.path, file);
-    if (status != 200)
+    if (status != 200) {
         return AnswerText(response, status, status == 403 ? "forbidden" : "not found");
-    if (file.size == 0)
+    }
+    if (file.size == 0) {
         return response.set_content("", file.contentType);
+    }
     const auto provide = [file](size_t offset, size_t length, httplib::DataSink& sink) {
         char piece[64 * 1024];
         const size_t got = ReadStaticFile(file, offset, piece, std::min(length, sizeof piece));
@@ -97,12 +99,14 @@ bool ReadBody(const Request& request, const ContentReader& reader, size_t limit,
               bool& tooLarge) {
     tooLarge = false;
     // A request that announces no body has none (RFC 9112, 6.3); the library would wait for one.
-    if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding"))
+    if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
         return true;
+    }
     return reader([&](const char* data, size_t size) {
         tooLarge = size > limit - body.size();
-        if (!tooLarge)
+        if (!tooLarge) {
             body.append(data, size);
+        }
         return !tooLarge;
     });
 }
@@ -111,18 +115,21 @@ void AnswerControl(const Request& request, Response& response, const ContentRead
                    ServerState& state) {
     std::string body;
     bool tooLarge = false;
-    if (!ReadBody(request, reader, kLargestControlBody, body, tooLarge))
+    if (!ReadBody(request, reader, kLargestControlBody, body, tooLarge)) {
         return AnswerText(response, tooLarge ? 413 : 400, "the request's body cannot be read");
+    }
     if (request.path == "/_control/reset") {
         state.faults.Clear();
         state.log.Clear();
         return AnswerText(response, 200, "reset");
     }
-    if (request.path != "/_control/fault")
+    if (request.path != "/_control/fault") {
         return AnswerText(response, 404, "no such control");
+    }
     FaultRule rule;
-    if (const std::string wrong = ParseFaultJson(body, rule); !wrong.empty())
+    if (const std::string wrong = ParseFaultJson(body, rule); !wrong.empty()) {
         return AnswerText(response, 400, wrong);
+    }
     state.faults.Add(std::move(rule));
     AnswerText(response, 200, "added");
 }
@@ -133,8 +140,9 @@ Json DescribeRequest(const Request& request, const LogEntry& entry) {
         // The library puts these four among those that the client sent.
         const bool isOwn = name == "REMOTE_ADDR" || name == "REMOTE_PORT" || name == "LOCAL_ADDR" ||
                            name == "LOCAL_PORT";
-        if (isOwn)
+        if (isOwn) {
             continue;
+        }
         Json& known = headers[name];
         known = known.is_null() ? value : known.get<std::string>() + ", " + value;
     }
@@ -151,15 +159,17 @@ bool IsJsonType(const std::string& contentType) {
 
 ReportInbox::Answer ReceiveReport(const Request& request, const ContentReader& reader,
                                   ServerState& state) {
-    if (!IsJsonType(request.get_header_value("Content-Type")))
+    if (!IsJsonType(request.get_header_value("Content-Type"))) {
         return {400, "report refused: content type"};
+    }
     std::string body;
     bool tooLarge = false;
     if (!ReadBody(request, reader, ReportInbox::kLargestBody, body, tooLarge)) {
         const bool announced =
             request.get_header_value<uint64_t>("Content-Length") > ReportInbox::kLargestBody;
-        if (tooLarge || announced)
+        if (tooLarge || announced) {
             return {413, "report refused: too large"};
+        }
         return {400, "report refused: body broken off"};
     }
     return state.inbox.Receive(body, DescribeRequest(request, Connection::Current().entry));
@@ -167,10 +177,12 @@ ReportInbox::Answer ReceiveReport(const Request& request, const ContentReader& r
 
 void AnswerPost(const Request& request, Response& response, const ContentReader& reader,
                 ServerState& state) {
-    if (request.path.starts_with("/_control/"))
+    if (request.path.starts_with("/_control/")) {
         return AnswerControl(request, response, reader, state);
-    if (!request.path.ends_with(kReportPath))
+    }
+    if (!request.path.ends_with(kReportPath)) {
         return AnswerText(response, 404, "not found");
+    }
     const ReportInbox::Answer answer = ReceiveReport(request, reader, state);
     Connection::Current().entry.note = answer.note;
     AnswerText(response, answer.status, answer.note);
@@ -184,10 +196,12 @@ void AddRoutes(Listener& listener, ServerState& state) {
     listener.set_payload_max_length(ReportInbox::kLargestBody);
     listener.set_pre_routing_handler([&state](const Request& request, Response& response) {
         const auto& fault = Connection::Current().fault;
-        if (fault && AnswerFault(*fault, response))
+        if (fault && AnswerFault(*fault, response)) {
             return Handled::Handled;
-        if (request.method != "GET" && request.method != "HEAD")
+        }
+        if (request.method != "GET" && request.method != "HEAD") {
             return Handled::Unhandled;
+        }
         AnswerGet(request, response, state);
         return Handled::Handled;
     });

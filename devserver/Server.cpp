@@ -10,38 +10,47 @@ std::string DevServer::Start(const ServerSettings& settings) {
     // The TLS library writes to sockets whose other side may be gone.
     std::signal(SIGPIPE, SIG_IGN);
     std::error_code failed;
-    if (!std::filesystem::is_directory(settings.directory, failed))
+    if (!std::filesystem::is_directory(settings.directory, failed)) {
         return "no such folder: " + settings.directory.string();
+    }
     state_.directory = settings.directory;
-    if (!state_.inbox.Open(settings.reports))
+    if (!state_.inbox.Open(settings.reports)) {
         return "the reports' folder cannot be used: " + settings.reports.string();
-    if (!state_.log.Open(settings.logFile))
+    }
+    if (!state_.log.Open(settings.logFile)) {
         return "the log cannot be opened: " + settings.logFile;
-    for (const FaultRule& fault : settings.faults)
+    }
+    for (const FaultRule& fault : settings.faults) {
         state_.faults.Add(fault);
+    }
 
     http_ = std::make_unique<Listener>(state_.log, state_.faults, stop_, nullptr);
     AddRoutes(*http_, state_);
-    if (!http_->Start(settings.port))
+    if (!http_->Start(settings.port)) {
         return "port " + std::to_string(settings.port) + " cannot be had";
-    if (!settings.httpsPort)
+    }
+    if (!settings.httpsPort) {
         return {};
+    }
     std::string error;
     tls_ = MakeTlsContext(settings.certificates, error);
-    if (!tls_)
+    if (!tls_) {
         return error;
+    }
     https_ = std::make_unique<Listener>(state_.log, state_.faults, stop_, tls_.get());
     AddRoutes(*https_, state_);
-    if (!https_->Start(*settings.httpsPort))
+    if (!https_->Start(*settings.httpsPort)) {
         return "port " + std::to_string(*settings.httpsPort) + " cannot be had";
+    }
     return {};
 }
 
 void DevServer::Stop() {
     stop_.Set();
     for (Listener* listener : {http_.get(), https_.get()}) {
-        if (listener != nullptr)
+        if (listener != nullptr) {
             listener->Stop();
+        }
     }
 }
 

@@ -13,10 +13,12 @@ namespace fs = std::filesystem;
 namespace {
 
 bool LeavesRoot(const std::string& urlPath) {
-    if (urlPath.empty() || urlPath[0] != '/')
+    if (urlPath.empty() || urlPath[0] != '/') {
         return true;
-    if (urlPath.find('\\') != std::string::npos || urlPath.find('\0') != std::string::npos)
+    }
+    if (urlPath.find('\\') != std::string::npos || urlPath.find('\0') != std::string::npos) {
         return true;
+    }
     const fs::path path(urlPath);
     return std::find(path.begin(), path.end(), fs::path("..")) != path.end();
 }
@@ -35,8 +37,9 @@ std::string ContentTypeOf(const fs::path& path) {
         {".txt", "text/plain; charset=utf-8"},
         {".png", "image/png"}};
     for (const auto& [extension, type] : kTypes) {
-        if (path.extension() == extension)
+        if (path.extension() == extension) {
             return type;
+        }
     }
     return "application/octet-stream";
 }
@@ -44,28 +47,34 @@ std::string ContentTypeOf(const fs::path& path) {
 }  // namespace
 
 int OpenStaticFile(const fs::path& root, const std::string& urlPath, OpenedFile& file) {
-    if (LeavesRoot(urlPath))
+    if (LeavesRoot(urlPath)) {
         return 403;
+    }
     std::error_code failed;
     const fs::path realRoot = fs::canonical(root, failed);
-    if (failed)
+    if (failed) {
         return 404;
+    }
     const fs::path path = fs::canonical(realRoot / urlPath.substr(1), failed);
-    if (failed)
+    if (failed) {
         return 404;
-    if (!IsBelow(realRoot, path))
+    }
+    if (!IsBelow(realRoot, path)) {
         return 403;
+    }
     // Opening a pipe would otherwise wait for its writer.
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0)
+    if (descriptor < 0) {
         return 404;
+    }
     file.descriptor = std::shared_ptr<const int>(new int(descriptor), [](const int* owned) {
         close(*owned);
         delete owned;
     });
     struct stat facts {};
-    if (fstat(descriptor, &facts) != 0 || !S_ISREG(facts.st_mode))
+    if (fstat(descriptor, &facts) != 0 || !S_ISREG(facts.st_mode)) {
         return 404;
+    }
     file.size = static_cast<uint64_t>(facts.st_size);
     file.contentType = ContentTypeOf(path);
     return 200;

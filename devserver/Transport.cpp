@@ -29,8 +29,9 @@ int MillisecondsUntil(Clock::time_point due) {
 }  // namespace
 
 StopSignal::StopSignal() : handle_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (handle_ < 0)
+    if (handle_ < 0) {
         std::abort();
+    }
 }
 
 StopSignal::~StopSignal() {
@@ -64,11 +65,13 @@ bool Transport::Wait(short events, Clock::time_point due, bool forEver) {
     for (;;) {
         pollfd waits[] = {{socket_, events, 0}, {stop_.Handle(), POLLIN, 0}};
         const int ready = poll(waits, 2, forEver ? -1 : MillisecondsUntil(due));
-        if (ready < 0 && errno != EINTR)
+        if (ready < 0 && errno != EINTR) {
             return false;
+        }
         if (ready <= 0) {
-            if (!forEver && Clock::now() >= due)
+            if (!forEver && Clock::now() >= due) {
                 return false;
+            }
             continue;
         }
         return waits[1].revents == 0;
@@ -78,29 +81,34 @@ bool Transport::Wait(short events, Clock::time_point due, bool forEver) {
 /// Waits for what the TLS library asked for; false when it asked for nothing.
 bool Transport::WaitAfter(int tlsResult) {
     const int wanted = SSL_get_error(tls_, tlsResult);
-    if (wanted != SSL_ERROR_WANT_READ && wanted != SSL_ERROR_WANT_WRITE)
+    if (wanted != SSL_ERROR_WANT_READ && wanted != SSL_ERROR_WANT_WRITE) {
         return false;
+    }
     return Wait(wanted == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT, Clock::now() + kPatience);
 }
 
 int Transport::PeekFirstByte() {
     unsigned char first = 0;
-    if (!Wait(POLLIN, Clock::now() + kPatience))
+    if (!Wait(POLLIN, Clock::now() + kPatience)) {
         return -1;
+    }
     return recv(socket_, &first, 1, MSG_PEEK) == 1 ? first : -1;
 }
 
 bool Transport::StartTls(SSL_CTX* context) {
     tls_ = SSL_new(context);
-    if (tls_ == nullptr || SSL_set_fd(tls_, socket_) != 1)
+    if (tls_ == nullptr || SSL_set_fd(tls_, socket_) != 1) {
         return false;
+    }
     for (;;) {
         ERR_clear_error();
         const int result = SSL_accept(tls_);
-        if (result == 1)
+        if (result == 1) {
             return true;
-        if (!WaitAfter(result))
+        }
+        if (!WaitAfter(result)) {
             return false;
+        }
     }
 }
 
@@ -109,20 +117,26 @@ ssize_t Transport::Read(char* data, size_t size) {
         if (tls_ != nullptr) {
             ERR_clear_error();
             const int got = SSL_read(tls_, data, static_cast<int>(std::min<size_t>(size, 1 << 30)));
-            if (got > 0)
+            if (got > 0) {
                 return got;
-            if (SSL_get_error(tls_, got) == SSL_ERROR_ZERO_RETURN)
+            }
+            if (SSL_get_error(tls_, got) == SSL_ERROR_ZERO_RETURN) {
                 return 0;
-            if (!WaitAfter(got))
+            }
+            if (!WaitAfter(got)) {
                 return -1;
+            }
         } else {
             const ssize_t got = recv(socket_, data, size, 0);
-            if (got >= 0)
+            if (got >= 0) {
                 return got;
-            if (errno != EAGAIN && errno != EINTR)
+            }
+            if (errno != EAGAIN && errno != EINTR) {
                 return -1;
-            if (!Wait(POLLIN, Clock::now() + kPatience))
+            }
+            if (!Wait(POLLIN, Clock::now() + kPatience)) {
                 return -1;
+            }
         }
     }
 }
@@ -133,14 +147,17 @@ bool Transport::WriteAll(const char* data, size_t size) {
         if (tls_ != nullptr) {
             ERR_clear_error();
             sent = SSL_write(tls_, data, static_cast<int>(std::min<size_t>(size, 1 << 30)));
-            if (sent <= 0 && !WaitAfter(static_cast<int>(sent)))
+            if (sent <= 0 && !WaitAfter(static_cast<int>(sent))) {
                 return false;
+            }
         } else {
             sent = send(socket_, data, size, MSG_NOSIGNAL);
-            if (sent < 0 && errno != EAGAIN && errno != EINTR)
+            if (sent < 0 && errno != EAGAIN && errno != EINTR) {
                 return false;
-            if (sent < 0 && !Wait(POLLOUT, Clock::now() + kPatience))
+            }
+            if (sent < 0 && !Wait(POLLOUT, Clock::now() + kPatience)) {
                 return false;
+            }
         }
         if (sent > 0) {
             data += sent;
@@ -168,10 +185,12 @@ void Transport::EndStream(bool notifyTls) {
     char rest[16384];
     for (;;) {
         const ssize_t got = recv(socket_, rest, sizeof rest, 0);
-        if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR))
+        if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR)) {
             return;
-        if (got < 0 ? !Wait(POLLIN, due) : Clock::now() >= due)
+        }
+        if (got < 0 ? !Wait(POLLIN, due) : Clock::now() >= due) {
             return;
+        }
     }
 }
 

@@ -36,19 +36,23 @@ std::size_t CountCharactersInFront(const std::wstring& displayName, const std::s
 
 void CheckEntry(const AppEntry& entry, std::size_t inFront, Findings& findings) {
     // The folders above it are entries of their own.
-    if (const char* expected = JudgeFileName(LastName(entry.path)))
+    if (const char* expected = JudgeFileName(LastName(entry.path))) {
         Refuse(findings, entry, expected);
-    if (entry.isLink)
+    }
+    if (entry.isLink) {
         Refuse(findings, entry, "is a link; expected a file or folder of its own");
+    }
     const std::size_t length = inFront + entry.path.size();
     const std::size_t longest = entry.isFolder ? longestFolderPath : longestFilePath;
-    if (length > longest)
+    if (length > longest) {
         Refuse(findings, entry,
                "has " + std::to_string(entry.path.size()) + " characters; expected at most " +
                    std::to_string(longest - inFront) + ", or the path is too long where a user " +
                    "with a long name installs it");
-    if (entry.bytes > mostFileBytes)
+    }
+    if (entry.bytes > mostFileBytes) {
         Refuse(findings, entry, "has 4 GiB or more; expected less");
+    }
 }
 
 void CheckClashes(const std::vector<AppEntry>& entries, Findings& findings) {
@@ -57,25 +61,29 @@ void CheckClashes(const std::vector<AppEntry>& entries, Findings& findings) {
         std::wstring folded = entry.path;
         CharUpperBuffW(folded.data(), static_cast<DWORD>(folded.size()));
         const auto [place, isNew] = known.try_emplace(folded, &entry);
-        if (!isNew)
+        if (!isNew) {
             Refuse(findings, entry,
                    "is the same to Windows as " + Narrow(place->second->path) +
                        "; expected names that differ in more than case");
+        }
     }
 }
 
 void CheckSize(const std::vector<AppEntry>& entries, Findings& findings) {
     std::uint64_t size = 0;
-    for (const AppEntry& entry : entries)
+    for (const AppEntry& entry : entries) {
         size += entry.packed + headerBytes + 2 * entry.path.size();
-    if (size >= archiveLimit)
+    }
+    if (size >= archiveLimit) {
         AddError(
             findings, "application", "size",
             "is about " + std::to_string(size >> 20) + " MiB when packed; expected less than 2048");
-    if (entries.size() > mostEntries)
+    }
+    if (entries.size() > mostEntries) {
         AddError(findings, "application", "entries",
                  "are " + std::to_string(entries.size()) + "; expected at most " +
                      std::to_string(mostEntries));
+    }
 }
 
 }  // namespace
@@ -91,8 +99,9 @@ bool IsSamePath(const std::wstring& a, const std::wstring& b) {
 void CheckAppEntries(const std::vector<AppEntry>& entries, const std::wstring& displayName,
                      const std::string& version, Findings& findings) {
     const std::size_t inFront = CountCharactersInFront(displayName, version);
-    for (const AppEntry& entry : entries)
+    for (const AppEntry& entry : entries) {
         CheckEntry(entry, inFront, findings);
+    }
     CheckClashes(entries, findings);
     CheckSize(entries, findings);
 }

@@ -38,15 +38,17 @@ void Walk(AppFolder& app, const std::wstring& prefix, Findings& findings) {
     std::vector<AppEntry> entries;
     do {
         const std::wstring name = found.cFileName;
-        if (name == L"." || name == L"..")
+        if (name == L"." || name == L"..") {
             continue;
+        }
         AppEntry entry;
         entry.path = prefix + name;
         entry.isFolder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
         entry.isLink = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-        if (!entry.isFolder)
+        if (!entry.isFolder) {
             entry.bytes =
                 static_cast<std::uint64_t>(found.nFileSizeHigh) << 32 | found.nFileSizeLow;
+        }
         entry.packed = entry.bytes;
         entry.written = static_cast<std::uint64_t>(found.ftLastWriteTime.dwHighDateTime) << 32 |
                         found.ftLastWriteTime.dwLowDateTime;
@@ -55,8 +57,9 @@ void Walk(AppFolder& app, const std::wstring& prefix, Findings& findings) {
     FindClose(find);
     for (const AppEntry& entry : entries) {
         app.entries.push_back(entry);
-        if (entry.isFolder && !entry.isLink)
+        if (entry.isFolder && !entry.isLink) {
             Walk(app, entry.path + L"/", findings);
+        }
     }
 }
 
@@ -64,11 +67,13 @@ void Walk(AppFolder& app, const std::wstring& prefix, Findings& findings) {
 /// estimate costs some reading and is made only where the sizes alone do not tell.
 void OpenFiles(AppFolder& app, Findings& findings) {
     std::uint64_t whole = 0;
-    for (const AppEntry& entry : app.entries)
+    for (const AppEntry& entry : app.entries) {
         whole += entry.bytes;
+    }
     for (AppEntry& entry : app.entries) {
-        if (entry.isFolder || entry.isLink || JudgeFileName(LastName(entry.path)) != nullptr)
+        if (entry.isFolder || entry.isLink || JudgeFileName(LastName(entry.path)) != nullptr) {
             continue;
+        }
         const HANDLE file = CreateFileW(SourceOf(app, entry.path).c_str(), GENERIC_READ,
                                         FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
         if (file == INVALID_HANDLE_VALUE) {
@@ -77,8 +82,9 @@ void OpenFiles(AppFolder& app, Findings& findings) {
                      "cannot be opened: " + DescribeError(error));
             continue;
         }
-        if (whole >= archiveLimit)
+        if (whole >= archiveLimit) {
             entry.packed = EstimatePacked(file, entry.bytes);
+        }
         CloseHandle(file);
     }
 }
@@ -98,8 +104,9 @@ bool IsVersion(const std::string& text) {
         const std::size_t end = std::min(text.find('.', start), text.size());
         const std::string number = text.substr(start, end - start);
         if (number.empty() || number.size() > 3 || (number[0] == '0' && number != "0") ||
-            number.find_first_not_of("0123456789") != std::string::npos)
+            number.find_first_not_of("0123456789") != std::string::npos) {
             return false;
+        }
         ++numbers;
         start = end + 1;
     }
@@ -120,14 +127,16 @@ void ReadPackage(AppFolder& app, Findings& findings) {
         return;
     }
     const auto version = package.find("version");
-    if (version == package.end() || !version->is_string())
+    if (version == package.end() || !version->is_string()) {
         AddError(findings, packageName, "version", "is missing; expected a string such as 1.2.3");
-    else if (app.version = *version; !IsVersion(app.version))
+    } else if (app.version = *version; !IsVersion(app.version)) {
         AddError(findings, packageName, "version",
                  "is \"" + app.version + "\"; expected three numbers up to 999, such as 1.2.3");
-    if (package.contains("windows"))
+    }
+    if (package.contains("windows")) {
         AddError(findings, packageName, "windows",
                  "is there; expected no such key, the installer takes it for a list of archives");
+    }
 }
 
 /// The system's own name for a kind of processor, or empty when we have no archives for it.
@@ -146,15 +155,16 @@ void CheckProgram(const AppFolder& app, const std::wstring& name, const char* ro
         return;
     }
     const std::uint16_t machine = ReadMachine(SourceOf(app, name));
-    if (machine == 0)
+    if (machine == 0) {
         AddError(findings, file.c_str(), "", "is no Windows program");
-    else if (ArchOf(machine).empty())
+    } else if (ArchOf(machine).empty()) {
         AddError(findings, file.c_str(), "",
                  "is for another processor; expected a program for x64 or ia32");
-    else if (ArchOf(machine) == "x64" &&
-             std::count(architectures.begin(), architectures.end(), "ia32"))
+    } else if (ArchOf(machine) == "x64" &&
+               std::count(architectures.begin(), architectures.end(), "ia32")) {
         AddError(findings, file.c_str(), "",
                  "is a 64-bit program; expected a 32-bit one for the architecture ia32");
+    }
 }
 
 void CheckPrograms(AppFolder& app, const std::wstring& displayName,
@@ -163,8 +173,9 @@ void CheckPrograms(AppFolder& app, const std::wstring& displayName,
     CheckProgram(app, displayName + L"Starter.exe", "the starter", architectures, findings);
     CheckProgram(app, L"syspin.exe", "the pin tool", architectures, findings);
     app.hasUninstaller = Find(app, uninstaller) != nullptr;
-    if (app.hasUninstaller)
+    if (app.hasUninstaller) {
         CheckProgram(app, uninstaller, "the uninstaller", architectures, findings);
+    }
     if (Find(app, appName) != nullptr) {
         CheckProgram(app, appName, "the application", architectures, findings);
         app.arch = ArchOf(ReadMachine(SourceOf(app, appName)));
@@ -173,10 +184,11 @@ void CheckPrograms(AppFolder& app, const std::wstring& displayName,
     const auto isApp = [&appName](const AppEntry& entry) {
         return IsSamePath(LastName(entry.path), appName);
     };
-    if (std::none_of(app.entries.begin(), app.entries.end(), isApp))
+    if (std::none_of(app.entries.begin(), app.entries.end(), isApp)) {
         AddWarning(findings, Narrow(appName).c_str(), "",
                    "is missing; expected the application's program, whose processes the installer "
                    "waits for and ends by this name");
+    }
 }
 
 }  // namespace

@@ -30,11 +30,13 @@ std::string MergeChecksums(std::string_view existing, std::map<std::string, std:
             continue;
         }
         const std::string path(line.substr(pathPlace));
-        if (isThere(path))
+        if (isThere(path)) {
             made.try_emplace(path, line.substr(0, digits));
+        }
     }
     std::string list;
-    for (const auto& [path, hex] : made)
+    for (const auto& [path, hex] : made) {
         list.append(hex).append("  ").append(path).append("\n");
+    }
     return list;
 }

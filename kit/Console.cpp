@@ -11,10 +11,11 @@ void Print(DWORD stream, const std::string& text) {
     DWORD mode = 0, written = 0;
     const std::wstring wide = Widen(text);
     // A console shows UTF-16 whatever its code page; files and pipes get UTF-8.
-    if (GetConsoleMode(handle, &mode))
+    if (GetConsoleMode(handle, &mode)) {
         WriteConsoleW(handle, wide.data(), static_cast<DWORD>(wide.size()), &written, nullptr);
-    else
+    } else {
         WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    }
 }
 
 }  // namespace

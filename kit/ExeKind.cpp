@@ -15,8 +15,9 @@ bool ReadAt(HANDLE file, LONG place, void* data, DWORD length) {
 std::uint16_t ReadMachine(const std::wstring& path) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return 0;
+    }
     IMAGE_DOS_HEADER dosHeader;
     struct {
         DWORD signature;

@@ -24,24 +24,28 @@ std::string DescribeError(std::uint32_t code) {
     wchar_t buffer[512];
     DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
                                   nullptr, code, 0, buffer, 512, nullptr);
-    while (length > 0 && (buffer[length - 1] == L'\n' || buffer[length - 1] == L'\r'))
+    while (length > 0 && (buffer[length - 1] == L'\n' || buffer[length - 1] == L'\r')) {
         --length;
+    }
     char number[32];
     std::snprintf(number, sizeof number, " (error %lu)", static_cast<unsigned long>(code));
     return Narrow({buffer, length}) + number;
 }
 
 std::wstring FromHostPath(const std::wstring& path) {
-    if (path.empty() || path[0] != L'/')
+    if (path.empty() || path[0] != L'/') {
         return path;
+    }
     using Convert = wchar_t*(CDECL*)(const char*);
     const auto convert = reinterpret_cast<Convert>(
         GetProcAddress(GetModuleHandleW(L"kernel32"), "wine_get_dos_file_name"));
-    if (convert == nullptr)
+    if (convert == nullptr) {
         return path;
+    }
     wchar_t* converted = convert(Narrow(path).c_str());
-    if (converted == nullptr)
+    if (converted == nullptr) {
         return path;
+    }
     std::wstring result = converted;
     HeapFree(GetProcessHeap(), 0, converted);
     return result;
@@ -51,19 +55,22 @@ std::uint32_t ReadWholeFile(const std::wstring& path, std::uint32_t limit, std::
     content.clear();
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return GetLastError();
+    }
     LARGE_INTEGER size = {};
     DWORD error = 0;
-    if (!GetFileSizeEx(file, &size))
+    if (!GetFileSizeEx(file, &size)) {
         error = GetLastError();
-    else if (size.QuadPart > limit)
+    } else if (size.QuadPart > limit) {
         error = ERROR_FILE_TOO_LARGE;
+    }
     if (error == 0) {
         content.resize(static_cast<std::size_t>(size.QuadPart));
         DWORD read = 0;
-        if (!ReadFile(file, content.data(), static_cast<DWORD>(content.size()), &read, nullptr))
+        if (!ReadFile(file, content.data(), static_cast<DWORD>(content.size()), &read, nullptr)) {
             error = GetLastError();
+        }
         content.resize(read);
     }
     CloseHandle(file);

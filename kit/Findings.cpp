@@ -19,7 +19,8 @@ bool HasErrors(const Findings& findings) {
 std::string FormatFinding(const Finding& finding) {
     std::string line = finding.isError ? "error: " : "warning: ";
     line += finding.file + ": ";
-    if (!finding.key.empty())
+    if (!finding.key.empty()) {
         line += finding.key + ": ";
+    }
     return line + finding.message;
 }

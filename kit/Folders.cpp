@@ -17,24 +17,29 @@ struct Arrival {
 void TakeBack(const std::vector<Arrival>& arrivals, const std::vector<std::wstring>& made) {
     for (auto arrival = arrivals.rbegin(); arrival != arrivals.rend(); ++arrival) {
         MoveFileExW(arrival->to.c_str(), arrival->from.c_str(), 0);
-        if (arrival->replaced)
+        if (arrival->replaced) {
             MoveFileExW((arrival->from + replacedSuffix).c_str(), arrival->to.c_str(), 0);
+        }
     }
-    for (auto folder = made.rbegin(); folder != made.rend(); ++folder)
+    for (auto folder = made.rbegin(); folder != made.rend(); ++folder) {
         RemoveDirectoryW(folder->c_str());
+    }
 }
 
 /// Puts the former file aside instead of over-writing it, so that it can come back.
 DWORD MoveOne(Arrival& arrival) {
     arrival.replaced = PathExists(arrival.to);
     const std::wstring aside = arrival.from + replacedSuffix;
-    if (arrival.replaced && !MoveFileExW(arrival.to.c_str(), aside.c_str(), 0))
+    if (arrival.replaced && !MoveFileExW(arrival.to.c_str(), aside.c_str(), 0)) {
         return GetLastError();
-    if (MoveFileExW(arrival.from.c_str(), arrival.to.c_str(), 0))
+    }
+    if (MoveFileExW(arrival.from.c_str(), arrival.to.c_str(), 0)) {
         return 0;
+    }
     const DWORD error = GetLastError();
-    if (arrival.replaced)
+    if (arrival.replaced) {
         MoveFileExW(aside.c_str(), arrival.to.c_str(), 0);
+    }
     return error;
 }
 
@@ -44,15 +49,17 @@ std::wstring FullPath(const std::wstring& path) {
     const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
     std::wstring full(size, L'\0');
     full.resize(GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
-    while (full.size() > 3 && full.back() == L'\\')
+    while (full.size() > 3 && full.back() == L'\\') {
         full.pop_back();
+    }
     return full;
 }
 
 std::wstring LongPath(const std::wstring& path) {
     const std::wstring full = FullPath(path);
-    if (full.rfind(L"\\\\?\\", 0) == 0)
+    if (full.rfind(L"\\\\?\\", 0) == 0) {
         return full;
+    }
     return full.rfind(L"\\\\", 0) == 0 ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
 }
 
@@ -71,13 +78,16 @@ std::wstring ParentOf(const std::wstring& path) {
 }
 
 std::uint32_t MakeFolders(const std::wstring& folder, std::vector<std::wstring>& made) {
-    if (folder.empty() || IsFolder(folder))
+    if (folder.empty() || IsFolder(folder)) {
         return 0;
+    }
     const std::uint32_t error = MakeFolders(ParentOf(folder), made);
-    if (error != 0)
+    if (error != 0) {
         return error;
-    if (!CreateDirectoryW(folder.c_str(), nullptr))
+    }
+    if (!CreateDirectoryW(folder.c_str(), nullptr)) {
         return GetLastError();
+    }
     made.push_back(folder);
     return 0;
 }
@@ -90,12 +100,13 @@ void RemoveFolder(const std::wstring& folder) {
             const std::wstring name = entry.cFileName;
             const std::wstring path = folder + L"\\" + name;
             const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-            if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
                 DeleteFileW(path.c_str());
-            else if (isLink)
+            } else if (isLink) {
                 RemoveDirectoryW(path.c_str());
-            else if (name != L"." && name != L"..")
+            } else if (name != L"." && name != L"..") {
                 RemoveFolder(path);
+            }
         } while (FindNextFileW(find, &entry));
         FindClose(find);
     }
@@ -110,8 +121,9 @@ std::string MoveInto(const std::wstring& from, const std::wstring& to,
     for (const std::wstring& path : paths) {
         Arrival arrival = {fromPrefix + path, toPrefix + path, false};
         DWORD error = MakeFolders(ParentOf(arrival.to), made);
-        if (error == 0)
+        if (error == 0) {
             error = MoveOne(arrival);
+        }
         if (error != 0) {
             TakeBack(arrivals, made);
             return Narrow(arrival.to) + ": cannot be replaced: " + DescribeError(error);

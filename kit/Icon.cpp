@@ -29,8 +29,9 @@ struct GroupEntry {
 /// The bits per pixel that the image itself tells, 0 when it is neither PNG nor bitmap. The entry
 /// in front of it need not tell them.
 std::uint16_t ReadBits(const std::string& image) {
-    if (image.size() > 26 && image.compare(0, 4, "\x89PNG") == 0)
+    if (image.size() > 26 && image.compare(0, 4, "\x89PNG") == 0) {
         return image[24] == 8 && image[25] == 6 ? 32 : 24;
+    }
     std::uint32_t headSize = 0;
     std::uint16_t bits = 0;
     if (image.size() >= 40) {
@@ -50,8 +51,9 @@ void Append(std::string& data, const Record& record) {
 std::vector<IconImage> ReadIcon(const std::string& file, Findings& findings) {
     std::vector<IconImage> images;
     IconHead head = {};
-    if (file.size() >= sizeof head)
+    if (file.size() >= sizeof head) {
         std::memcpy(&head, file.data(), sizeof head);
+    }
     if (head.reserved != 0 || head.type != 1 ||
         file.size() < sizeof head + head.count * sizeof(IconEntry)) {
         AddError(findings, fileName, "", "is no icon; expected an icon file");
@@ -73,9 +75,10 @@ std::vector<IconImage> ReadIcon(const std::string& file, Findings& findings) {
         const auto fits = [size](const IconImage& image) {
             return image.width == size % 256 && image.height == size % 256 && image.bits == 32;
         };
-        if (std::none_of(images.begin(), images.end(), fits))
+        if (std::none_of(images.begin(), images.end(), fits)) {
             AddError(findings, fileName, std::to_string(size) + " x " + std::to_string(size),
                      "is missing; expected an image of this size with 32 bits per pixel");
+        }
     }
     return images;
 }
@@ -84,8 +87,9 @@ std::string EncodeIconGroup(const std::vector<IconImage>& images) {
     std::string data;
     Append(data, IconHead{0, 1, static_cast<std::uint16_t>(images.size())});
     std::uint16_t id = 0;
-    for (const IconImage& image : images)
+    for (const IconImage& image : images) {
         Append(data, GroupEntry{image.width, image.height, 0, 0, 1, image.bits,
                                 static_cast<std::uint32_t>(image.data.size()), ++id});
+    }
     return data;
 }

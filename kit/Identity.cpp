@@ -35,10 +35,12 @@ bool IsNumberUpTo(const std::wstring& text, unsigned long limit) {
 }
 
 const char* JudgeDisplayName(const std::wstring& name) {
-    if (name.size() > longestDisplayName)
+    if (name.size() > longestDisplayName) {
         return "expected at most 64 characters";
-    if (name.front() == L' ')
+    }
+    if (name.front() == L' ') {
         return "expected a name with no blank in front";
+    }
     return JudgeFileName(name);
 }
 
@@ -46,10 +48,12 @@ const char* JudgeSlug(const std::wstring& slug) {
     const bool formed =
         slug.find_first_not_of(std::wstring(lowerDigits) + L"-") == std::wstring::npos &&
         slug.front() != L'-' && slug.back() != L'-' && slug.size() <= 64;
-    if (!formed)
+    if (!formed) {
         return "expected at most 64 of a-z, 0-9 and - with no - at either end";
-    if (IsDeviceName(slug))
+    }
+    if (IsDeviceName(slug)) {
         return "expected another name: the system keeps this one for a device";
+    }
     return nullptr;
 }
 
@@ -72,13 +76,16 @@ const char* JudgePort(const std::wstring& port) {
 
 const char* JudgeBaseUrl(const std::wstring& url) {
     const bool https = url.rfind(L"https://", 0) == 0;
-    if (!https && url.rfind(L"http://", 0) != 0)
+    if (!https && url.rfind(L"http://", 0) != 0) {
         return "expected https:// or http:// in front, in lower case";
-    if (url.back() == L'/')
+    }
+    if (url.back() == L'/') {
         return "expected no slash at the end";
+    }
     const std::wstring place = url.substr(https ? 8 : 7);
-    if (place.find(L'/') != std::wstring::npos)
+    if (place.find(L'/') != std::wstring::npos) {
         return "expected scheme and host alone; a path belongs into pathPrefix";
+    }
     const std::size_t colon = place.find(L':');
     const bool portFits = colon == std::wstring::npos || IsPort(place.substr(colon + 1));
     return IsHost(place.substr(0, colon)) && portFits
@@ -87,8 +94,9 @@ const char* JudgeBaseUrl(const std::wstring& url) {
 }
 
 const char* JudgePrefix(const std::wstring& prefix) {
-    if (prefix.empty())
+    if (prefix.empty()) {
         return nullptr;
+    }
     const auto isOutside = [](wchar_t c) { return c <= 32 || c > 126; };
     return prefix.front() == L'/' && prefix.back() != L'/' &&
                    prefix.find_first_of(L"\\?#\"<>&|^") == std::wstring::npos &&
@@ -100,8 +108,9 @@ const char* JudgePrefix(const std::wstring& prefix) {
 const char* JudgeGuid(const std::wstring& guid) {
     const std::wstring_view form = L"{00000000-0000-0000-0000-000000000000}";
     bool fits = guid.size() == form.size();
-    for (std::size_t i = 0; fits && i < form.size(); ++i)
+    for (std::size_t i = 0; fits && i < form.size(); ++i) {
         fits = form[i] == L'0' ? hexDigits.find(guid[i]) != std::wstring::npos : guid[i] == form[i];
+    }
     return fits
                ? nullptr
                : "expected a GUID in braces and upper case: {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}";
@@ -160,13 +169,15 @@ void ReadValue(const json& object, const Key& key, Identity& identity, Findings&
     }
     const std::wstring text = Widen(value->get_ref<const std::string&>());
     identity.*key.value = text;
-    if (text.empty() && key.mayBeEmpty)
+    if (text.empty() && key.mayBeEmpty) {
         return;
+    }
     const char* expected = text.empty()                    ? "expected a text that is not empty"
                            : text.size() > longestResource ? "expected at most 259 characters"
                                                            : key.judge(text);
-    if (expected != nullptr)
+    if (expected != nullptr) {
         AddError(findings, fileName, key.name, "is \"" + Narrow(text) + "\"; " + expected);
+    }
 }
 
 }  // namespace
@@ -184,17 +195,20 @@ Identity ReadIdentity(std::string_view text, Findings& findings) {
         AddError(findings, fileName, "", "expected an object of strings");
         return identity;
     }
-    for (const Key& key : keys)
+    for (const Key& key : keys) {
         ReadValue(object, key, identity, findings);
+    }
     for (const auto& item : object.items()) {
         const auto isKey = [&item](const Key& key) { return item.key() == key.name; };
-        if (std::none_of(keys.begin(), keys.end(), isKey))
+        if (std::none_of(keys.begin(), keys.end(), isKey)) {
             AddWarning(findings, fileName, item.key(), "is not known; it is not used");
+        }
     }
     // The script that deletes the uninstaller would take what stands between two of them for a
     // variable.
-    if (identity.displayName.find(L'%') != std::wstring::npos)
+    if (identity.displayName.find(L'%') != std::wstring::npos) {
         AddWarning(findings, fileName, "displayName",
                    "holds a percent sign; expected none, or the uninstaller's own file may stay");
+    }
     return identity;
 }

@@ -51,16 +51,18 @@ std::string ReadList(const PackJob& job, const char* name, Findings& findings) {
     const std::wstring path = PathIn(job.out, name);
     std::string content;
     const std::uint32_t error = PathExists(path) ? ReadWholeFile(path, longestList, content) : 0;
-    if (error != 0)
+    if (error != 0) {
         AddError(findings, name, "", "cannot be read: " + DescribeError(error));
+    }
     return content;
 }
 
 std::string MakeManifest(const PackJob& job, const PackPlan& plan, const std::string& hash,
                          Findings& findings) {
     std::vector<ArchiveOffer> offers;
-    for (const std::string& arch : plan.architectures)
+    for (const std::string& arch : plan.architectures) {
         offers.push_back(MakeOffer(plan, arch, hash));
+    }
     return MergeManifest(ReadList(job, manifestName, findings), plan.app.version, offers, findings);
 }
 
@@ -77,37 +79,43 @@ void CheckUrl(const PackPlan& plan, const char* option, const std::string& url,
     const bool hasScheme = url.rfind("https://", 0) == 0 || url.rfind("http://", 0) == 0;
     const auto isOutside = [](char c) { return c <= 32 || c == 127; };
     if (!hasScheme || url.back() == '/' || url.find_first_of("?#\\\"") != std::string::npos ||
-        std::any_of(url.begin(), url.end(), isOutside))
+        std::any_of(url.begin(), url.end(), isOutside)) {
         AddError(findings, option, "",
                  "is \"" + url + "\"; expected https://HOST or http://HOST and a path, which " +
                      archiveFolder + " is put behind");
-    // Longer than any architecture's.
-    else if (url.size() + 1 + ArchiveName(plan, "ia32").size() > longestUrl)
+        // Longer than any architecture's.
+    } else if (url.size() + 1 + ArchiveName(plan, "ia32").size() > longestUrl) {
         AddError(findings, option, "", "is too long; expected addresses below 1024 characters");
+    }
 }
 
 void CheckPlaces(const PackJob& job, Findings& findings) {
     const std::string out = Narrow(job.out);
-    if (PathExists(job.out) && !IsFolder(job.out))
+    if (PathExists(job.out) && !IsFolder(job.out)) {
         AddError(findings, out.c_str(), "", "is a file; expected a folder to publish");
-    if (!IsFolder(ParentOf(FullPath(job.out))))
+    }
+    if (!IsFolder(ParentOf(FullPath(job.out)))) {
         AddError(findings, out.c_str(), "", "lies in no folder; expected the one above it");
+    }
     const std::wstring app = LongPath(job.app) + L"\\", place = LongPath(job.out) + L"\\";
-    if (IsSamePath(place.substr(0, app.size()), app))
+    if (IsSamePath(place.substr(0, app.size()), app)) {
         AddError(findings, out.c_str(), "",
                  "lies in the application's folder; expected another place, or it would be packed");
+    }
 }
 
 void CheckArchitectures(const PackJob& job, PackPlan& plan, Findings& findings) {
     plan.architectures = job.architectures;
     for (const std::string& arch : plan.architectures) {
-        if (arch != "x64" && arch != "ia32")
+        if (arch != "x64" && arch != "ia32") {
             AddError(findings, "--arch", "", "is \"" + arch + "\"; expected x64 or ia32");
+        }
     }
-    if (plan.architectures.empty() && plan.app.arch.empty())
+    if (plan.architectures.empty() && plan.app.arch.empty()) {
         AddError(findings, "--arch", "", "is missing; expected x64 or ia32, the application's own");
-    else if (plan.architectures.empty())
+    } else if (plan.architectures.empty()) {
         plan.architectures = {plan.app.arch};
+    }
 }
 
 /// The parts of one run of MakePack.
@@ -142,8 +150,9 @@ struct Work {
     std::string CollectHashes() {
         for (auto& [path, future] : pending) {
             const Hash hash = future.get();
-            if (hash.error != 0)
+            if (hash.error != 0) {
                 return path + ": cannot be read back: " + DescribeError(hash.error);
+            }
             hashes[path] = hash.hex;
         }
         pending.clear();
@@ -159,8 +168,9 @@ std::string WriteText(const Work& work, const std::string& path, const std::stri
         file != INVALID_HANDLE_VALUE &&
         WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     const DWORD error = GetLastError();
-    if (file != INVALID_HANDLE_VALUE)
+    if (file != INVALID_HANDLE_VALUE) {
         CloseHandle(file);
+    }
     return isWritten ? "" : path + ": cannot be written: " + DescribeError(error);
 }
 
@@ -168,8 +178,9 @@ std::string MakeSetup(Work& work, const std::string& path, const std::wstring& a
     std::vector<StampedPart> parts;
     const std::string wrong =
         StampProduct({work.job.base, archive, work.PathOf(path)}, work.plan.product, parts);
-    if (wrong.empty())
+    if (wrong.empty()) {
         work.Note(path);
+    }
     return wrong;
 }
 
@@ -180,16 +191,18 @@ std::vector<ZipItem> ListItems(const Work& work) {
         const AppEntry& entry = app.entries[i];
         const bool holdsSomething =
             i + 1 < app.entries.size() && app.entries[i + 1].path.rfind(entry.path + L"/", 0) == 0;
-        if (entry.isFolder && holdsSomething)
+        if (entry.isFolder && holdsSomething) {
             continue;
+        }
         std::string name = Narrow(entry.path);
         items.push_back(
             {entry.isFolder ? name + "/" : name, PathIn(app.root, name), entry.written});
     }
     // Its own time would make each pack another one.
-    if (!app.hasUninstaller)
+    if (!app.hasUninstaller) {
         items.push_back(
             {"uninstall.exe", work.PathOf(OnlineName(work.plan)), items.front().written});
+    }
     return items;
 }
 
@@ -198,16 +211,19 @@ std::string MakeArchives(Work& work) {
     for (const std::string& arch : work.plan.architectures) {
         const std::string path = ArchiveName(work.plan, arch);
         std::string wrong;
-        if (first.empty())
+        if (first.empty()) {
             wrong = WriteZip(work.PathOf(path), ListItems(work));
-        else if (!CopyFileW(work.PathOf(first).c_str(), work.PathOf(path).c_str(), FALSE))
+        } else if (!CopyFileW(work.PathOf(first).c_str(), work.PathOf(path).c_str(), FALSE)) {
             wrong = path + ": cannot be copied: " + DescribeError(GetLastError());
-        if (!wrong.empty())
+        }
+        if (!wrong.empty()) {
             return wrong;
+        }
         work.Note(path);
         wrong = MakeSetup(work, OfflineName(work.plan, arch), work.PathOf(path));
-        if (!wrong.empty())
+        if (!wrong.empty()) {
             return wrong;
+        }
         first = path;
     }
     return {};
@@ -217,16 +233,19 @@ std::string MakeArchives(Work& work) {
 std::string MakeLists(Work& work) {
     Findings findings;
     std::string wrong = work.CollectHashes();
-    if (!wrong.empty())
+    if (!wrong.empty()) {
         return wrong;
+    }
     const std::string& hash = work.hashes[ArchiveName(work.plan, work.plan.architectures.front())];
     wrong = WriteText(work, manifestName, MakeManifest(work.job, work.plan, hash, findings));
-    if (!wrong.empty())
+    if (!wrong.empty()) {
         return wrong;
+    }
     work.Note(manifestName);
     wrong = work.CollectHashes();
-    if (wrong.empty())
+    if (wrong.empty()) {
         wrong = WriteText(work, checksumsName, MakeChecksums(work.job, work.hashes, findings));
+    }
     work.paths.push_back(checksumsName);
     // They were in order when they were checked.
     return wrong.empty() && HasErrors(findings) ? FormatFinding(findings.front()) : wrong;
@@ -235,13 +254,16 @@ std::string MakeLists(Work& work) {
 std::string MakeAll(Work& work) {
     std::vector<std::wstring> made;
     const std::uint32_t error = MakeFolders(work.PathOf("download/win"), made);
-    if (error != 0)
+    if (error != 0) {
         return Narrow(work.folder) + ": cannot be made: " + DescribeError(error);
+    }
     std::string wrong = MakeSetup(work, OnlineName(work.plan), L"");
-    if (wrong.empty())
+    if (wrong.empty()) {
         wrong = MakeArchives(work);
-    if (wrong.empty())
+    }
+    if (wrong.empty()) {
         wrong = MakeLists(work);
+    }
     return wrong;
 }
 
@@ -252,18 +274,21 @@ PackPlan CheckPack(const PackJob& job, Findings& findings) {
     plan.product = ReadProductFolder(job.product, findings);
     const Identity& identity = plan.product.identity;
     const std::string wrong = CheckStampJob({job.base, L"", L""});
-    if (!wrong.empty())
+    if (!wrong.empty()) {
         AddError(findings, "--base", "", wrong);
+    }
     plan.app = ReadAppFolder(job.app, identity.displayName, job.architectures, findings);
     CheckArchitectures(job, plan, findings);
     const std::string server = Narrow(identity.baseUrl + identity.pathPrefix);
     plan.manifestUrl = server + "/" + manifestName;
     plan.baseUrl = job.baseUrl.empty() ? server : job.baseUrl;
     plan.altUrl = job.altUrl;
-    if (!job.baseUrl.empty())
+    if (!job.baseUrl.empty()) {
         CheckUrl(plan, "--base-url", plan.baseUrl, findings);
-    if (!job.altUrl.empty())
+    }
+    if (!job.altUrl.empty()) {
         CheckUrl(plan, "--alt-url", plan.altUrl, findings);
+    }
     CheckPlaces(job, findings);
     MakeManifest(job, plan, "", findings);
     MakeChecksums(job, {}, findings);
@@ -275,12 +300,14 @@ std::string MakePack(const PackJob& job, const PackPlan& plan, std::vector<Packe
     const std::wstring out = FullPath(job.out);
     Work work = {job, plan, out + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp"};
     std::string wrong = MakeAll(work);
-    for (const std::string& path : work.paths)
+    for (const std::string& path : work.paths) {
         files.push_back({path, ReadFileSize(work.PathOf(path))});
+    }
     if (wrong.empty()) {
         std::vector<std::wstring> paths;
-        for (const std::string& path : work.paths)
+        for (const std::string& path : work.paths) {
             paths.push_back(Widen(path));
+        }
         wrong = MoveInto(work.folder, out, paths);
     }
     RemoveFolder(work.folder);

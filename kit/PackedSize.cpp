@@ -21,8 +21,9 @@ std::uint64_t EstimatePacked(HANDLE file, std::uint64_t bytes) {
         place.QuadPart = static_cast<LONGLONG>(rest / (samples - 1) * i);
         DWORD read = 0;
         if (!SetFilePointerEx(file, place, nullptr, FILE_BEGIN) ||
-            !ReadFile(file, sample.data(), sampleSize, &read, nullptr))
+            !ReadFile(file, sample.data(), sampleSize, &read, nullptr)) {
             break;
+        }
         uLongf length = static_cast<uLongf>(packed.size());
         compress2(reinterpret_cast<Bytef*>(packed.data()), &length,
                   reinterpret_cast<const Bytef*>(sample.data()), read, Z_BEST_SPEED);

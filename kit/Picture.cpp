@@ -33,25 +33,31 @@ std::uint32_t ReadBig32(const char* data) {
 /// Returns null, or what is wrong. On success `packed` has the compressed rows, one stream.
 const char* ReadChunks(const std::string& png, Image& image, std::string& packed) {
     if (png.compare(0, 8, std::string_view("\x89PNG\r\n\x1a\n", 8)) != 0 || png.size() < 33 ||
-        png.compare(12, 4, "IHDR") != 0)
+        png.compare(12, 4, "IHDR") != 0) {
         return "is no PNG; expected a PNG picture";
+    }
     image.width = ReadBig32(&png[16]);
     image.height = ReadBig32(&png[20]);
     const char depth = png[24], colour = png[25], interlace = png[28];
-    if (depth != 8 || (colour != 2 && colour != 6))
+    if (depth != 8 || (colour != 2 && colour != 6)) {
         return "expected 8 bits per channel, RGB or RGBA";
-    if (interlace != 0)
+    }
+    if (interlace != 0) {
         return "is interlaced; expected a plain PNG";
+    }
     image.channels = colour == 6 ? 4 : 3;
     std::size_t place = 8;
     while (png.size() - place >= 12) {
         const std::size_t length = ReadBig32(&png[place]);
-        if (length > png.size() - place - 12)
+        if (length > png.size() - place - 12) {
             break;
-        if (png.compare(place + 4, 4, "IDAT") == 0)
+        }
+        if (png.compare(place + 4, 4, "IDAT") == 0) {
             packed.append(png, place + 8, length);
-        if (png.compare(place + 4, 4, "IEND") == 0)
+        }
+        if (png.compare(place + 4, 4, "IEND") == 0) {
             return nullptr;
+        }
         place += 12 + length;
     }
     return "is cut off; expected a whole PNG";
@@ -60,8 +66,9 @@ const char* ReadChunks(const std::string& png, Image& image, std::string& packed
 unsigned char Predict(int left, int above, int corner) {
     const int towardsLeft = std::abs(above - corner), towardsAbove = std::abs(left - corner);
     const int towardsCorner = std::abs(left + above - 2 * corner);
-    if (towardsLeft <= towardsAbove && towardsLeft <= towardsCorner)
+    if (towardsLeft <= towardsAbove && towardsLeft <= towardsCorner) {
         return static_cast<unsigned char>(left);
+    }
     return static_cast<unsigned char>(towardsAbove <= towardsCorner ? above : corner);
 }
 
@@ -74,8 +81,9 @@ bool Unfilter(const std::string& filtered, Image& image) {
     const auto* in = reinterpret_cast<const unsigned char*>(filtered.data());
     for (unsigned row = 0; row < image.height; ++row, out += stride) {
         const unsigned filter = *in++;
-        if (filter > 4)
+        if (filter > 4) {
             return false;
+        }
         for (std::size_t i = 0; i < stride; ++i) {
             const int left = i >= image.channels ? out[i - image.channels] : 0;
             const int above = row > 0 ? out[i - stride] : 0;
@@ -100,8 +108,9 @@ bool Unpack(const std::string& packed, Image& image) {
 
 bool IsNear(const unsigned char* pixel, const unsigned char* colour) {
     for (int i = 0; i < 3; ++i) {
-        if (std::abs(pixel[i] - colour[i]) > colourTolerance)
+        if (std::abs(pixel[i] - colour[i]) > colourTolerance) {
             return false;
+        }
     }
     return true;
 }
@@ -117,8 +126,9 @@ void CheckTrack(const Image& image, Findings& findings) {
                 x >= trackLeft && x <= trackRight && y >= trackTop && y <= trackBottom;
             const auto* pixel = reinterpret_cast<const unsigned char*>(
                 &image.pixels[(y * image.width + x) * image.channels]);
-            if (IsNear(pixel, inside ? trackFill : trackFrame))
+            if (IsNear(pixel, inside ? trackFill : trackFrame)) {
                 continue;
+            }
             AddError(findings, fileName, "the bar's track",
                      "at " + Numbers(x, ",", y) + " the colour is " +
                          Numbers(pixel[0], ",", pixel[1]) + "," + std::to_string(pixel[2]) +

@@ -13,11 +13,13 @@ constexpr unsigned mostWorkers = 16;
 /// Level 6: level 9 takes twice as long for half a per cent.
 bool Deflate(Piece& piece) {
     z_stream stream = {};
-    if (deflateInit2(&stream, 6, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+    if (deflateInit2(&stream, 6, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
         return false;
-    if (!piece.before.empty())
+    }
+    if (!piece.before.empty()) {
         deflateSetDictionary(&stream, reinterpret_cast<const Bytef*>(piece.before.data()),
                              static_cast<uInt>(piece.before.size()));
+    }
     // What a flush adds is not in the bound.
     piece.packed.resize(deflateBound(&stream, static_cast<uLong>(piece.plain.size())) + 16);
     stream.next_in = reinterpret_cast<Bytef*>(piece.plain.data());
@@ -50,8 +52,9 @@ void Pack(Piece& piece) {
 
 PiecePacker::PiecePacker() {
     const unsigned count = std::clamp(std::thread::hardware_concurrency(), 1u, mostWorkers);
-    for (unsigned i = 0; i < count; ++i)
+    for (unsigned i = 0; i < count; ++i) {
         workers.emplace_back([this] { Work(); });
+    }
 }
 
 PiecePacker::~PiecePacker() {
@@ -60,8 +63,9 @@ PiecePacker::~PiecePacker() {
         ending = true;
     }
     arrived.notify_all();
-    for (std::thread& worker : workers)
+    for (std::thread& worker : workers) {
         worker.join();
+    }
 }
 
 void PiecePacker::Submit(std::unique_ptr<Piece> piece) {
@@ -94,8 +98,9 @@ void PiecePacker::Work() {
     std::unique_lock lock(mutex);
     for (;;) {
         arrived.wait(lock, [this] { return ending || nextToStart < pieces.size(); });
-        if (ending)
+        if (ending) {
             return;
+        }
         Piece& piece = *pieces[nextToStart++];
         lock.unlock();
         Pack(piece);

@@ -13,8 +13,9 @@ constexpr std::uint32_t longestFile = 16 << 20;
 bool ReadPart(const std::wstring& folder, const char* name, std::string& content,
               Findings& findings) {
     const std::uint32_t error = ReadWholeFile(folder + L"\\" + Widen(name), longestFile, content);
-    if (error != 0)
+    if (error != 0) {
         AddError(findings, name, "", "cannot be read: " + DescribeError(error));
+    }
     return error == 0;
 }
 
@@ -23,14 +24,18 @@ bool ReadPart(const std::wstring& folder, const char* name, std::string& content
 Product ReadProductFolder(const std::wstring& folder, Findings& findings) {
     Product product;
     std::string content;
-    if (ReadPart(folder, "product.json", content, findings))
+    if (ReadPart(folder, "product.json", content, findings)) {
         product.identity = ReadIdentity(content, findings);
-    if (ReadPart(folder, "texts.json", content, findings))
+    }
+    if (ReadPart(folder, "texts.json", content, findings)) {
         product.texts = ReadTexts(content, product.identity.displayName,
                                   product.identity.supportAddress, findings);
-    if (ReadPart(folder, "background.png", product.picture, findings))
+    }
+    if (ReadPart(folder, "background.png", product.picture, findings)) {
         CheckPicture(product.picture, findings);
-    if (ReadPart(folder, "icon.ico", content, findings))
+    }
+    if (ReadPart(folder, "icon.ico", content, findings)) {
         product.icon = ReadIcon(content, findings);
+    }
     return product;
 }

@@ -21,26 +21,32 @@ struct Hash {
     }
 
     ~Hash() {
-        if (hash != nullptr)
+        if (hash != nullptr) {
             BCryptDestroyHash(hash);
-        if (provider != nullptr)
+        }
+        if (provider != nullptr) {
             BCryptCloseAlgorithmProvider(provider, 0);
+        }
     }
 };
 
 DWORD HashStream(HANDLE file, UCHAR* digest) {
     Hash hash;
-    if (!hash.Start())
+    if (!hash.Start()) {
         return ERROR_NOT_SUPPORTED;
+    }
     std::vector<UCHAR> piece(pieceSize);
     for (;;) {
         DWORD read = 0;
-        if (!ReadFile(file, piece.data(), pieceSize, &read, nullptr))
+        if (!ReadFile(file, piece.data(), pieceSize, &read, nullptr)) {
             return GetLastError();
-        if (read == 0)
+        }
+        if (read == 0) {
             break;
-        if (BCryptHashData(hash.hash, piece.data(), read, 0) < 0)
+        }
+        if (BCryptHashData(hash.hash, piece.data(), read, 0) < 0) {
             return ERROR_INVALID_DATA;
+        }
     }
     return BCryptFinishHash(hash.hash, digest, hashSize, 0) < 0 ? ERROR_INVALID_DATA : 0;
 }
@@ -51,13 +57,15 @@ std::uint32_t HashFile(const std::wstring& path, std::string& hex) {
     hex.clear();
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return GetLastError();
+    }
     UCHAR digest[hashSize] = {};
     const DWORD error = HashStream(file, digest);
     CloseHandle(file);
-    if (error != 0)
+    if (error != 0) {
         return error;
+    }
     for (const UCHAR byte : digest) {
         hex += "0123456789abcdef"[byte >> 4];
         hex += "0123456789abcdef"[byte & 15];

@@ -25,29 +25,34 @@ std::string Failed(const std::string& what, const std::wstring& path, DWORD erro
 std::string CheckArchive(const std::wstring& path) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return Failed("the archive cannot be opened", path, GetLastError());
+    }
     LARGE_INTEGER size = {};
     char head[4] = {};
     DWORD read = 0;
     const bool known = GetFileSizeEx(file, &size) && ReadFile(file, head, 4, &read, nullptr);
     const DWORD error = GetLastError();
     CloseHandle(file);
-    if (!known)
+    if (!known) {
         return Failed("the archive cannot be read", path, error);
-    if (std::string_view(head, 4) != "PK\x03\x04")
+    }
+    if (std::string_view(head, 4) != "PK\x03\x04") {
         return Narrow(path) + ": is no archive; expected a zip file that is not empty";
-    if (static_cast<std::uint64_t>(size.QuadPart) >= archiveLimit)
+    }
+    if (static_cast<std::uint64_t>(size.QuadPart) >= archiveLimit) {
         return Narrow(path) + ": has " + std::to_string(size.QuadPart) +
                " bytes; expected less than 2 GiB";
+    }
     return {};
 }
 
 std::string CheckBase(const std::wstring& path) {
     const HMODULE module = LoadLibraryExW(
         path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
-    if (module == nullptr)
+    if (module == nullptr) {
         return Failed("the base executable cannot be opened", path, GetLastError());
+    }
     const bool stamped =
         FindResourceW(module, MAKEINTRESOURCEW(identityBlock), RT_STRING) != nullptr;
     FreeLibrary(module);
@@ -61,11 +66,13 @@ struct Update {
     std::vector<StampedPart>& parts;
 
     void Add(const wchar_t* type, unsigned id, const void* data, std::size_t size) {
-        if (error != 0)
+        if (error != 0) {
             return;
+        }
         if (!UpdateResourceW(handle, type, MAKEINTRESOURCEW(id), resourceLanguage,
-                             const_cast<void*>(data), static_cast<DWORD>(size)))
+                             const_cast<void*>(data), static_cast<DWORD>(size))) {
             error = GetLastError();
+        }
     }
 
     void Add(const char* name, const wchar_t* type, unsigned id, const std::string& data) {
@@ -93,30 +100,35 @@ void AddProduct(Update& update, const Product& product) {
 DWORD WriteResources(const std::wstring& path, const StampJob& job, const Product& product,
                      std::vector<StampedPart>& parts) {
     Update update = {BeginUpdateResourceW(path.c_str(), FALSE), 0, parts};
-    if (update.handle == nullptr)
+    if (update.handle == nullptr) {
         return GetLastError();
+    }
     AddProduct(update, product);
     // A placeholder: the archive itself is too large for the system's update.
-    if (!job.archive.empty())
+    if (!job.archive.empty()) {
         update.Add(L"DISTR", IDR_ARCHIVE, "archive", 7);
+    }
     const bool discard = update.error != 0;
-    if (!EndUpdateResourceW(update.handle, discard) && !discard)
+    if (!EndUpdateResourceW(update.handle, discard) && !discard) {
         return GetLastError();
+    }
     return update.error;
 }
 
 /// The update may say success and still have left out what it had no memory for.
 bool IsComplete(const std::wstring& path, const std::vector<StampedPart>& parts) {
     std::uint64_t least = 0;
-    for (const StampedPart& part : parts)
+    for (const StampedPart& part : parts) {
         least += part.bytes;
+    }
     return ReadFileSize(path) > least;
 }
 
 DWORD CopyWritable(const std::wstring& from, const std::wstring& to) {
     if (!CopyFileW(from.c_str(), to.c_str(), FALSE) ||
-        !SetFileAttributesW(to.c_str(), FILE_ATTRIBUTE_NORMAL))
+        !SetFileAttributesW(to.c_str(), FILE_ATTRIBUTE_NORMAL)) {
         return GetLastError();
+    }
     return 0;
 }
 
@@ -124,10 +136,12 @@ DWORD CopyWritable(const std::wstring& from, const std::wstring& to) {
 
 std::string CheckStampJob(const StampJob& job) {
     std::string wrong;
-    if (!job.base.empty())
+    if (!job.base.empty()) {
         wrong = CheckBase(job.base);
-    if (wrong.empty() && !job.archive.empty())
+    }
+    if (wrong.empty() && !job.archive.empty()) {
         wrong = CheckArchive(job.archive);
+    }
     return wrong;
 }
 
@@ -137,21 +151,23 @@ std::string StampProduct(const StampJob& job, const Product& product,
     std::string wrong;
     parts.clear();
     DWORD error = CopyWritable(job.base, work);
-    if (error != 0)
+    if (error != 0) {
         wrong = Failed("the base executable cannot be copied there", work, error);
-    else if ((error = WriteResources(work, job, product, parts)) != 0)
+    } else if ((error = WriteResources(work, job, product, parts)) != 0) {
         wrong = Failed("the resources cannot be written", work, error);
-    else if (!IsComplete(work, parts))
+    } else if (!IsComplete(work, parts)) {
         wrong = Narrow(job.out) + ": the system left out resources";
-    else if (!job.archive.empty() && (error = AppendArchive(work, job.archive)) != 0)
+    } else if (!job.archive.empty() && (error = AppendArchive(work, job.archive)) != 0) {
         wrong = Failed("the archive cannot be put in", work, error);
-    else if ((error = WritePeChecksum(work)) != 0)
+    } else if ((error = WritePeChecksum(work)) != 0) {
         wrong = Failed("the checksum cannot be written", work, error);
-    else if (!MoveFileExW(work.c_str(), job.out.c_str(), MOVEFILE_REPLACE_EXISTING))
+    } else if (!MoveFileExW(work.c_str(), job.out.c_str(), MOVEFILE_REPLACE_EXISTING)) {
         wrong = Failed("cannot be replaced", job.out, GetLastError());
-    if (!wrong.empty())
+    }
+    if (!wrong.empty()) {
         DeleteFileW(work.c_str());
-    else if (!job.archive.empty())
+    } else if (!job.archive.empty()) {
         parts.push_back({"archive", ReadFileSize(job.archive)});
+    }
     return wrong;
 }

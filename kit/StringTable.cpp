@@ -17,8 +17,9 @@ std::string EncodeStringTable(const Identity& identity) {
     std::wstring data;
     for (const std::wstring* string : strings) {
         data += static_cast<wchar_t>(string == nullptr ? 0 : string->size());
-        if (string != nullptr)
+        if (string != nullptr) {
             data += *string;
+        }
     }
     return {reinterpret_cast<const char*>(data.data()), data.size() * sizeof(wchar_t)};
 }

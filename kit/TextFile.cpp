@@ -28,16 +28,18 @@ std::wstring FillIn(std::wstring text, unsigned row, const std::wstring& support
         return text;
     }
     std::wstring rest = text;
-    if (OffersHelp(row))
+    if (OffersHelp(row)) {
         rest.erase(place, std::wcslen(placeholder));
+    }
     if (rest.find_first_of(L"{}") != std::wstring::npos) {
         AddError(findings, fileName, key,
                  OffersHelp(row) ? "expected {supportAddress} once and no other braces"
                                  : "holds a brace; expected no placeholder in this row");
         return text;
     }
-    if (OffersHelp(row))
+    if (OffersHelp(row)) {
         text.replace(place, std::wcslen(placeholder), supportAddress);
+    }
     return text;
 }
 
@@ -69,14 +71,16 @@ void WarnOfUnknownKeys(const json& rows, Findings& findings) {
             AddWarning(findings, fileName, row.key(), "is no row of the table; it is not used");
             continue;
         }
-        if (!row.value().is_object())
+        if (!row.value().is_object()) {
             continue;
+        }
         for (const auto& cell : row.value().items()) {
             const auto isLanguage = [&cell](const char* code) { return cell.key() == code; };
             if (cell.key() != "shown" &&
-                std::none_of(textLanguages.begin(), textLanguages.end(), isLanguage))
+                std::none_of(textLanguages.begin(), textLanguages.end(), isLanguage)) {
                 AddWarning(findings, fileName, row.key() + "." + cell.key(),
                            "is no language of the table; it is not used");
+            }
         }
     }
 }
@@ -100,8 +104,9 @@ TextCells ReadTexts(std::string_view text, const std::wstring& displayName,
     WarnOfUnknownKeys(rows, findings);
     for (unsigned row = 0; row < textRows; ++row) {
         const char* name = textRowNames[row];
-        if (name == nullptr)
+        if (name == nullptr) {
             continue;
+        }
         if (!rows.contains(name) || !rows[name].is_object()) {
             AddError(findings, fileName, name,
                      "is missing; expected an object of texts by language");
@@ -110,12 +115,14 @@ TextCells ReadTexts(std::string_view text, const std::wstring& displayName,
         for (unsigned column = 0; column < textColumns; ++column) {
             const std::string key = std::string(name) + "." + textLanguages[column];
             const std::wstring cell = ReadCell(rows[name], textLanguages[column], key, findings);
-            if (cell.empty())
+            if (cell.empty()) {
                 continue;
-            if (row == textProductName && cell != displayName)
+            }
+            if (row == textProductName && cell != displayName) {
                 AddWarning(findings, fileName, key,
                            "is \"" + Narrow(cell) + "\"; expected the display name \"" +
                                Narrow(displayName) + "\"");
+            }
             cells[column][row] = FillIn(cell, row, supportAddress, key, findings);
         }
     }

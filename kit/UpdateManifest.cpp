@@ -25,41 +25,48 @@ bool IsUsable(const Json& manifest, Findings& findings) {
         return false;
     }
     const auto windows = manifest.find("windows");
-    if (windows == manifest.end())
+    if (windows == manifest.end()) {
         return true;
+    }
     const auto isEntry = [](const Json& entry) {
         return entry.is_object() && entry.contains("arch") && entry["arch"].is_string();
     };
-    if (windows->is_array() && std::all_of(windows->begin(), windows->end(), isEntry))
+    if (windows->is_array() && std::all_of(windows->begin(), windows->end(), isEntry)) {
         return true;
+    }
     AddError(findings, manifestName, "windows", "expected an array of objects with an \"arch\"");
     return false;
 }
 
 Json ReadExisting(std::string_view text, const std::string& version, Findings& findings) {
-    if (text.empty())
+    if (text.empty()) {
         return Json::object();
+    }
     Json manifest = Json::parse(text, nullptr, false);
     if (!manifest.is_object()) {
         AddError(findings, manifestName, "", "is no JSON object; expected a manifest or no file");
         return Json::object();
     }
-    if (!IsUsable(manifest, findings))
+    if (!IsUsable(manifest, findings)) {
         return Json::object();
+    }
     const std::string existing = manifest["version"];
-    if (existing == version)
+    if (existing == version) {
         return manifest;
-    if (ReadNumbers(existing) > ReadNumbers(version))
+    }
+    if (ReadNumbers(existing) > ReadNumbers(version)) {
         AddWarning(findings, manifestName, "version",
                    "is " + existing + " already, which is newer than " + version +
                        "; expected a higher version in package.json");
+    }
     return Json::object();
 }
 
 Json EncodeOffer(const ArchiveOffer& offer) {
     Json entry = {{"url", offer.url}};
-    if (!offer.altUrl.empty())
+    if (!offer.altUrl.empty()) {
         entry["altUrl"] = offer.altUrl;
+    }
     entry["arch"] = offer.arch;
     entry["hash"] = offer.hash;
     return entry;
@@ -72,8 +79,9 @@ std::string MergeManifest(std::string_view existing, const std::string& version,
     Json manifest = ReadExisting(existing, version, findings);
     manifest["version"] = version;
     std::vector<Json> entries;
-    if (manifest.contains("windows"))
+    if (manifest.contains("windows")) {
         entries.assign(manifest["windows"].begin(), manifest["windows"].end());
+    }
     for (const ArchiveOffer& offer : offers) {
         std::erase_if(entries, [&offer](const Json& entry) { return entry["arch"] == offer.arch; });
         entries.push_back(EncodeOffer(offer));

@@ -49,8 +49,9 @@ void Put32(std::string& data, std::uint32_t value) {
 void StampTime(std::uint64_t written, Entry& entry) {
     const FILETIME fileTime = {static_cast<DWORD>(written), static_cast<DWORD>(written >> 32)};
     SYSTEMTIME t = {};
-    if (!FileTimeToSystemTime(&fileTime, &t) || t.wYear < 1980 || t.wYear > 2107)
+    if (!FileTimeToSystemTime(&fileTime, &t) || t.wYear < 1980 || t.wYear > 2107) {
         t = {1980, 1, 0, 1, 0, 0, 0, 0};
+    }
     entry.date = static_cast<std::uint16_t>((t.wYear - 1980) << 9 | t.wMonth << 5 | t.wDay);
     entry.time = static_cast<std::uint16_t>(t.wHour << 11 | t.wMinute << 5 | t.wSecond / 2);
 }
@@ -97,13 +98,15 @@ class Archive {
         : path(path),
           file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                            FILE_ATTRIBUTE_NORMAL, nullptr)) {
-        if (file == INVALID_HANDLE_VALUE)
+        if (file == INVALID_HANDLE_VALUE) {
             Fail(path, "cannot be made", GetLastError());
+        }
     }
 
     ~Archive() {
-        if (file != INVALID_HANDLE_VALUE)
+        if (file != INVALID_HANDLE_VALUE) {
             CloseHandle(file);
+        }
     }
 
     Archive(const Archive&) = delete;
@@ -120,8 +123,9 @@ class Archive {
     void WriteOldest();
     void WriteAt(std::uint64_t offset, std::string_view data);
     void Fail(const std::wstring& where, const char* what, DWORD error) {
-        if (wrong.empty())
+        if (wrong.empty()) {
             wrong = Narrow(where) + ": " + what + ": " + DescribeError(error);
+        }
     }
 
     std::wstring path;
@@ -136,16 +140,19 @@ void Archive::WriteAt(std::uint64_t offset, std::string_view data) {
     place.Offset = static_cast<DWORD>(offset);
     place.OffsetHigh = static_cast<DWORD>(offset >> 32);
     DWORD written = 0;
-    if (!WriteFile(file, data.data(), static_cast<DWORD>(data.size()), &written, &place))
+    if (!WriteFile(file, data.data(), static_cast<DWORD>(data.size()), &written, &place)) {
         Fail(path, "cannot be written", GetLastError());
+    }
     length = std::max(length, offset + data.size());
-    if (length >= archiveLimit && wrong.empty())
+    if (length >= archiveLimit && wrong.empty()) {
         wrong = Narrow(path) + ": grows to 2 GiB; expected less";
+    }
 }
 
 void Archive::Add(const ZipItem& item) {
-    if (!wrong.empty())
+    if (!wrong.empty()) {
         return;
+    }
     Entry entry;
     entry.name = item.name;
     StampTime(item.written, entry);
@@ -180,66 +187,79 @@ void Archive::ReadPieces(HANDLE source, const std::wstring& name) {
     std::string next(pieceSize, '\0'), before;
     DWORD got = 0;
     const auto read = [&] {
-        if (ReadFile(source, next.data(), pieceSize, &got, nullptr))
+        if (ReadFile(source, next.data(), pieceSize, &got, nullptr)) {
             return true;
+        }
         Fail(name, "cannot be read", GetLastError());
         return false;
     };
-    if (!read())
+    if (!read()) {
         return;
+    }
     for (bool isLast = false; !isLast && wrong.empty();) {
         auto piece = std::make_unique<Piece>();
         piece->stream = entries.size() - 1;
         piece->isStored = entries.back().method == stored;
         piece->plain.assign(next, 0, got);
         piece->before = std::exchange(before, {});
-        if (!read())
+        if (!read()) {
             return;
+        }
         isLast = got == 0;
         piece->isLast = isLast;
-        if (!isLast && !piece->isStored)
+        if (!isLast && !piece->isStored) {
             before = piece->plain.substr(piece->plain.size() -
                                          std::min(windowSize, piece->plain.size()));
+        }
         packer.Submit(std::move(piece));
-        while (packer.IsFull())
+        while (packer.IsFull()) {
             WriteOldest();
+        }
     }
 }
 
 void Archive::WriteOldest() {
     const std::unique_ptr<Piece> piece = packer.Take();
     Entry& entry = entries[piece->stream];
-    if (piece->failed && wrong.empty())
+    if (piece->failed && wrong.empty()) {
         wrong = entry.name + ": cannot be packed: out of memory";
-    if (!wrong.empty())
+    }
+    if (!wrong.empty()) {
         return;
+    }
     const bool isFirst = !std::exchange(entry.started, true);
-    if (isFirst)
+    if (isFirst) {
         entry.offset = static_cast<std::uint32_t>(length);
+    }
     entry.crc = static_cast<std::uint32_t>(
         crc32_combine(entry.crc, piece->crc, static_cast<z_off_t>(piece->length)));
     entry.size += piece->length;
     entry.packed += static_cast<std::uint32_t>(piece->packed.size());
-    if (entry.size > longestFile)
+    if (entry.size > longestFile) {
         wrong = entry.name + ": has 4 GiB or more; expected less";
-    else if (isFirst)
+    } else if (isFirst) {
         WriteAt(length, LocalHeader(entry) + piece->packed);
-    else
+    } else {
         WriteAt(length, piece->packed);
+    }
     // The header in front of several pieces knows of all of them only now.
-    if (piece->isLast && !isFirst && wrong.empty())
+    if (piece->isLast && !isFirst && wrong.empty()) {
         WriteAt(entry.offset, LocalHeader(entry));
+    }
 }
 
 void Archive::Finish() {
-    while (!packer.IsEmpty())
+    while (!packer.IsEmpty()) {
         WriteOldest();
-    if (!wrong.empty())
+    }
+    if (!wrong.empty()) {
         return;
+    }
     const std::uint64_t start = length;
     std::string tail;
-    for (const Entry& entry : entries)
+    for (const Entry& entry : entries) {
         tail += CentralHeader(entry);
+    }
     const auto size = static_cast<std::uint32_t>(tail.size());
     Put32(tail, endSignature);
     Put32(tail, 0);  // disks
@@ -254,14 +274,16 @@ void Archive::Finish() {
 }  // namespace
 
 std::string WriteZip(const std::wstring& path, std::vector<ZipItem> items) {
-    if (items.size() > mostEntries)
+    if (items.size() > mostEntries) {
         return Narrow(path) + ": would have " + std::to_string(items.size()) +
                " entries; expected at most " + std::to_string(mostEntries);
+    }
     std::sort(items.begin(), items.end(),
               [](const ZipItem& a, const ZipItem& b) { return a.name < b.name; });
     Archive archive(path);
-    for (const ZipItem& item : items)
+    for (const ZipItem& item : items) {
         archive.Add(item);
+    }
     archive.Finish();
     return archive.wrong;
 }

@@ -18,8 +18,9 @@ void StartHelper(const Identity& identity, const wchar_t* type) {
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process;
     if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process))
+                        &startup, &process)) {
         return;
+    }
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
 }
@@ -38,18 +39,21 @@ int RunMain() {
     const std::wstring installFolder = GetParentFolder(identity.folder);
     const HANDLE closeEvent =
         CreateEventW(nullptr, TRUE, FALSE, GetCloseEventName(installFolder).c_str());
-    if (!closeEvent)
+    if (!closeEvent) {
         return static_cast<int>(GetLastError());
+    }
     // Another main process that is about to end may still hold the event set.
     ResetEvent(closeEvent);
     StartHelper(identity, L"gpu-process");
     StartHelper(identity, L"utility");
     StartHelper(identity, L"renderer");
-    if (!HasBehaviour(identity, L"few"))
+    if (!HasBehaviour(identity, L"few")) {
         StartHelper(identity, L"renderer");
+    }
     WaitForSingleObject(closeEvent, INFINITE);
-    if (HasBehaviour(identity, L"stubborn"))
+    if (HasBehaviour(identity, L"stubborn")) {
         Sleep(INFINITE);
+    }
     return 0;
 }
 

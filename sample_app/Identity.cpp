@@ -17,8 +17,9 @@ Identity GetIdentity(const wchar_t* ending) {
     const bool hasEnding = lstrcmpiW(identity.name.c_str() + kept, ending) == 0;
     identity.name.resize(hasEnding ? kept : 0);
     wchar_t roaming[MAX_PATH];
-    if (SUCCEEDED(SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, roaming)))
+    if (SUCCEEDED(SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, roaming))) {
         identity.roamingFolder = std::wstring(roaming) + L'\\' + identity.name;
+    }
     return identity;
 }
 
@@ -30,9 +31,11 @@ std::wstring GetCloseEventName(const std::wstring& installFolder) {
     std::wstring name = L"sample_app.close." + installFolder;
     CharLowerBuffW(name.data(), static_cast<DWORD>(name.size()));
     // A backslash would lead into another name space.
-    for (wchar_t& c : name)
-        if (c == L'\\')
+    for (wchar_t& c : name) {
+        if (c == L'\\') {
             c = L'/';
+        }
+    }
     return name;
 }
 
@@ -40,8 +43,10 @@ bool HasBehaviour(const Identity& identity, const std::wstring& word) {
     wchar_t words[256];
     const DWORD length = GetEnvironmentVariableW(L"SAMPLE_BEHAVIOUR", words, 256);
     if (length > 0 && length < 256 &&
-        (L"," + std::wstring(words, length) + L",").find(L"," + word + L",") != std::wstring::npos)
+        (L"," + std::wstring(words, length) + L",").find(L"," + word + L",") !=
+            std::wstring::npos) {
         return true;
+    }
     const std::wstring marker = identity.roamingFolder + L'\\' + word;
     return GetFileAttributesW(marker.c_str()) != INVALID_FILE_ATTRIBUTES;
 }

@@ -8,8 +8,9 @@ void AppendText(const std::wstring& path, const std::string& text) {
     const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return;
+    }
     DWORD written = 0;
     WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     CloseHandle(file);
@@ -26,6 +27,7 @@ void RecordStart(const std::wstring& path) {
     AppendText(path, text);
     wchar_t record[MAX_PATH];
     const DWORD recordLength = GetEnvironmentVariableW(L"SAMPLE_RECORD", record, MAX_PATH);
-    if (recordLength > 0 && recordLength < MAX_PATH)
+    if (recordLength > 0 && recordLength < MAX_PATH) {
         AppendText(record, text);
+    }
 }

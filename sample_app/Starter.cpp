@@ -19,12 +19,14 @@ struct Installation {
 std::wstring ReadVersion(const std::wstring& path) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                     nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return {};
+    }
     char text[64];
     DWORD got = 0;
-    if (!ReadFile(file, text, sizeof text, &got, nullptr))
+    if (!ReadFile(file, text, sizeof text, &got, nullptr)) {
         got = 0;
+    }
     CloseHandle(file);
     return std::wstring(text, text + got);
 }
@@ -32,8 +34,9 @@ std::wstring ReadVersion(const std::wstring& path) {
 Installation FindInstallation(const Identity& identity) {
     const std::wstring version = ReadVersion(identity.folder + L"\\version");
     const std::wstring exe = L"\\" + identity.name + L".exe";
-    if (version.empty())
+    if (version.empty()) {
         return {GetParentFolder(identity.folder), identity.folder + exe};
+    }
     return {identity.folder, identity.folder + L'\\' + version + exe};
 }
 
@@ -41,8 +44,9 @@ bool HasFlag(const wchar_t* flag) {
     int count = 0;
     wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
     bool found = false;
-    for (int i = 1; arguments && i < count; ++i)
+    for (int i = 1; arguments && i < count; ++i) {
         found = found || lstrcmpW(arguments[i], flag) == 0;
+    }
     LocalFree(arguments);
     return found;
 }
@@ -60,8 +64,9 @@ std::wstring GetArgumentText() {
 void AskAppToClose(const Installation& installation) {
     const HANDLE event =
         OpenEventW(EVENT_MODIFY_STATE, FALSE, GetCloseEventName(installation.folder).c_str());
-    if (!event)
+    if (!event) {
         return;
+    }
     SetEvent(event);
     CloseHandle(event);
 }
@@ -69,13 +74,15 @@ void AskAppToClose(const Installation& installation) {
 // The application's part of the uninstall; the marker tells the uninstaller that it is done.
 int Uninstall(const Identity& identity, const Installation& installation) {
     AskAppToClose(installation);
-    if (HasBehaviour(identity, L"silent"))
+    if (HasBehaviour(identity, L"silent")) {
         return 0;
+    }
     const HANDLE marker = CreateFileW((installation.folder + L"\\uninstall_end").c_str(),
                                       GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
                                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (marker == INVALID_HANDLE_VALUE)
+    if (marker == INVALID_HANDLE_VALUE) {
         return static_cast<int>(GetLastError());
+    }
     CloseHandle(marker);
     return 0;
 }
@@ -86,8 +93,9 @@ int StartApp(const Installation& installation) {
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process;
     if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                        GetParentFolder(installation.appPath).c_str(), &startup, &process))
+                        GetParentFolder(installation.appPath).c_str(), &startup, &process)) {
         return static_cast<int>(GetLastError());
+    }
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
     return 0;
@@ -105,7 +113,8 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t*, int) {
         AskAppToClose(installation);
         return 0;
     }
-    if (HasFlag(L"--uninstall-app"))
+    if (HasFlag(L"--uninstall-app")) {
         return Uninstall(identity, installation);
+    }
     return StartApp(installation);
 }

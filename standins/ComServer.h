@@ -24,11 +24,13 @@ class ComObject : public Interfaces... {
     ComObject& operator=(const ComObject&) = delete;
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        if (!out)
+        if (!out) {
             return E_POINTER;
+        }
         *out = Find(iid);
-        if (!*out)
+        if (!*out) {
             return E_NOINTERFACE;
+        }
         AddRef();
         return S_OK;
     }
@@ -37,8 +39,9 @@ class ComObject : public Interfaces... {
     }
     STDMETHODIMP_(ULONG) Release() override {
         const ULONG left = --references;
-        if (left == 0)
+        if (left == 0) {
             delete this;
+        }
         return left;
     }
 
@@ -56,8 +59,9 @@ class ComObject : public Interfaces... {
 /// Looks an interface up in a list; the first one also stands for IUnknown.
 template <typename First, typename... Rest, typename Object>
 void* FindAmong(Object* object, REFIID iid) {
-    if (iid == IID_IUnknown || iid == __uuidof(First))
+    if (iid == IID_IUnknown || iid == __uuidof(First)) {
         return static_cast<First*>(object);
+    }
     void* found = nullptr;
     ((iid == __uuidof(Rest) && (found = static_cast<Rest*>(object))), ...);
     return found;
@@ -67,8 +71,9 @@ void* FindAmong(Object* object, REFIID iid) {
 /// that there was no memory.
 template <typename Object>
 HRESULT HandOut(Object* object, REFIID iid, void** out) {
-    if (!object)
+    if (!object) {
         return E_OUTOFMEMORY;
+    }
     const HRESULT result = object->QueryInterface(iid, out);
     object->Release();
     return result;
@@ -78,8 +83,9 @@ template <typename Object>
 class ClassFactory final : public ComObject<IClassFactory> {
   public:
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
-        if (outer)
+        if (outer) {
             return CLASS_E_NOAGGREGATION;
+        }
         return HandOut(new (std::nothrow) Object, iid, out);
     }
     STDMETHODIMP LockServer(BOOL lock) override {
@@ -96,7 +102,8 @@ class ClassFactory final : public ComObject<IClassFactory> {
 /// The body of a server's DllGetClassObject.
 template <typename Object>
 HRESULT ServeClass(REFCLSID served, REFCLSID asked, REFIID iid, void** out) {
-    if (asked != served)
+    if (asked != served) {
         return CLASS_E_CLASSNOTAVAILABLE;
+    }
     return HandOut(new (std::nothrow) ClassFactory<Object>, iid, out);
 }

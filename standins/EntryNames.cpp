@@ -46,18 +46,21 @@ bool DecodeUtf8(std::string_view bytes, std::u16string& text) {
     for (std::size_t i = 0; i < bytes.size();) {
         const auto lead = static_cast<std::uint8_t>(bytes[i++]);
         const int more = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
-        if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4)
+        if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4) {
             return false;
+        }
         std::uint32_t code = more == 0 ? lead : lead & (0x3Fu >> more);
         for (int k = 0; k < more; ++k) {
-            if (i == bytes.size() || (static_cast<std::uint8_t>(bytes[i]) & 0xC0) != 0x80)
+            if (i == bytes.size() || (static_cast<std::uint8_t>(bytes[i]) & 0xC0) != 0x80) {
                 return false;
+            }
             code = code << 6 | (static_cast<std::uint8_t>(bytes[i++]) & 0x3F);
         }
         // A longer form than needed would smuggle separators past the checks behind this.
         const bool overlong = (more == 2 && code < 0x800) || (more == 3 && code < 0x10000);
-        if (overlong || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000))
+        if (overlong || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
             return false;
+        }
         AppendCodePoint(code, text);
     }
     return true;
@@ -67,25 +70,34 @@ bool DecodeUtf8(std::string_view bytes, std::u16string& text) {
 // devices as in Microsoft's "Naming Files, Paths, and Namespaces".
 bool IsReservedDevice(std::u16string_view component) {
     std::u16string stem = FoldCase(component.substr(0, component.find(u'.')));
-    while (!stem.empty() && stem.back() == u' ')
+    while (!stem.empty() && stem.back() == u' ') {
         stem.pop_back();
-    for (const std::u16string_view device : {u"con", u"prn", u"aux", u"nul", u"conin$", u"conout$"})
-        if (stem == device)
+    }
+    for (const std::u16string_view device :
+         {u"con", u"prn", u"aux", u"nul", u"conin$", u"conout$"}) {
+        if (stem == device) {
             return true;
-    if (stem.size() != 4 || (!stem.starts_with(u"com") && !stem.starts_with(u"lpt")))
+        }
+    }
+    if (stem.size() != 4 || (!stem.starts_with(u"com") && !stem.starts_with(u"lpt"))) {
         return false;
+    }
     return std::u16string_view(u"0123456789\u00B9\u00B2\u00B3").find(stem[3]) !=
            std::u16string_view::npos;
 }
 
 bool IsSafeComponent(std::u16string_view component) {
-    if (component.empty() || component.size() > longestComponent)
+    if (component.empty() || component.size() > longestComponent) {
         return false;
-    if (component.back() == u'.' || component.back() == u' ')
+    }
+    if (component.back() == u'.' || component.back() == u' ') {
         return false;
-    for (const char16_t c : component)
-        if (c < 0x20 || std::u16string_view(u"<>:\"|?*").find(c) != std::u16string_view::npos)
+    }
+    for (const char16_t c : component) {
+        if (c < 0x20 || std::u16string_view(u"<>:\"|?*").find(c) != std::u16string_view::npos) {
             return false;
+        }
+    }
     return !IsReservedDevice(component);
 }
 
@@ -93,8 +105,9 @@ bool IsSafeComponent(std::u16string_view component) {
 
 bool DecodeEntryName(std::string_view bytes, bool isUtf8, std::u16string& name) {
     name.clear();
-    if (isUtf8)
+    if (isUtf8) {
         return DecodeUtf8(bytes, name);
+    }
     for (const char byte : bytes) {
         const auto value = static_cast<std::uint8_t>(byte);
         name += value < 0x80 ? static_cast<char16_t>(value) : codePage437[value - 0x80];
@@ -104,25 +117,31 @@ bool DecodeEntryName(std::string_view bytes, bool isUtf8, std::u16string& name) 
 
 bool MakeRelativePath(std::u16string_view name, std::u16string& path, bool& isFolder) {
     path.assign(name);
-    for (char16_t& c : path)
-        if (c == u'/')
+    for (char16_t& c : path) {
+        if (c == u'/') {
             c = u'\\';
+        }
+    }
     isFolder = !path.empty() && path.back() == u'\\';
-    if (isFolder)
+    if (isFolder) {
         path.pop_back();
+    }
     for (std::size_t start = 0;;) {
         const std::size_t end = path.find(u'\\', start);
-        if (!IsSafeComponent(std::u16string_view(path).substr(start, end - start)))
+        if (!IsSafeComponent(std::u16string_view(path).substr(start, end - start))) {
             return false;
-        if (end == std::u16string::npos)
+        }
+        if (end == std::u16string::npos) {
             return true;
+        }
         start = end + 1;
     }
 }
 
 std::u16string FoldCase(std::u16string_view path) {
     std::u16string folded(path);
-    for (char16_t& c : folded)
+    for (char16_t& c : folded) {
         c = FoldCharacter(c);
+    }
     return folded;
 }

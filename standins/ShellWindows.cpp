@@ -34,21 +34,25 @@ std::vector<std::string> ReadLines(const std::wstring& path) {
     std::vector<std::string> lines;
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                     nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return lines;
+    }
     std::string text(GetFileSize(file, nullptr), '\0');
     DWORD got = 0;
-    if (!ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &got, nullptr))
+    if (!ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &got, nullptr)) {
         got = 0;
+    }
     CloseHandle(file);
     text.resize(got);
     for (std::size_t start = 0; start < text.size();) {
         const std::size_t end = std::min(text.find('\n', start), text.size());
         std::string line = text.substr(start, end - start);
-        if (!line.empty() && line.back() == '\r')
+        if (!line.empty() && line.back() == '\r') {
             line.pop_back();
-        if (!line.empty())
+        }
+        if (!line.empty()) {
             lines.push_back(line);
+        }
         start = end + 1;
     }
     return lines;
@@ -57,13 +61,15 @@ std::vector<std::string> ReadLines(const std::wstring& path) {
 std::vector<std::string> ReadWindows() {
     const std::wstring listPath = GetListPath();
     std::vector<std::string> windows;
-    if (listPath.empty())
+    if (listPath.empty()) {
         return windows;
+    }
     windows = ReadLines(listPath);
     for (const std::string& closed : ReadLines(listPath + L".quit")) {
         const auto place = std::find(windows.begin(), windows.end(), closed);
-        if (place != windows.end())
+        if (place != windows.end()) {
             windows.erase(place);
+        }
     }
     return windows;
 }
@@ -72,8 +78,9 @@ HRESULT RecordQuit(const std::string& folder) {
     const HANDLE file = CreateFileW((GetListPath() + L".quit").c_str(), FILE_APPEND_DATA,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return HRESULT_FROM_WIN32(GetLastError());
+    }
     const std::string line = folder + "\n";
     DWORD written = 0;
     const bool isWritten =
@@ -150,8 +157,9 @@ class ExplorerWindow final : public ComObject<NoWebBrowser, IServiceProvider> {
         return RecordQuit(path);
     }
     STDMETHODIMP QueryService(REFGUID service, REFIID iid, void** out) override {
-        if (service != SID_STopLevelBrowser)
+        if (service != SID_STopLevelBrowser) {
             return E_NOINTERFACE;
+        }
         return HandOut(new (std::nothrow) Browser(path), iid, out);
     }
 
@@ -171,11 +179,13 @@ class WindowList final : public ComObject<NoShellWindows> {
     }
     STDMETHODIMP Item(VARIANT index, IDispatch** window) override {
         *window = nullptr;
-        if (index.vt != VT_I4)
+        if (index.vt != VT_I4) {
             return E_INVALIDARG;
+        }
         if (index.lVal < 0 || static_cast<std::size_t>(index.lVal) >= windows.size() ||
-            windows[index.lVal] == "!")
+            windows[index.lVal] == "!") {
             return S_FALSE;
+        }
         return HandOut(new (std::nothrow) ExplorerWindow(windows[index.lVal]), __uuidof(IDispatch),
                        reinterpret_cast<void**>(window));
     }

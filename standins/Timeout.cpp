@@ -8,8 +8,9 @@ int wmain(int count, wchar_t** arguments) {
     for (int i = 1; i < count; ++i) {
         wchar_t* end = nullptr;
         const unsigned long seconds = wcstoul(arguments[i], &end, 10);
-        if (end == arguments[i] || *end != L'\0')
+        if (end == arguments[i] || *end != L'\0') {
             continue;
+        }
         Sleep(seconds * 1000);
         return 0;
     }

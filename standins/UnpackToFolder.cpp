@@ -19,8 +19,9 @@ struct Handle {
     HANDLE value;
     explicit Handle(HANDLE handle) : value(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
     ~Handle() {
-        if (value)
+        if (value) {
             CloseHandle(value);
+        }
     }
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
@@ -52,14 +53,16 @@ struct MappedFile {
         mapping.value = CreateFileMappingW(file.value, nullptr, PAGE_READONLY, 0, 0, nullptr);
         const void* view =
             mapping.value ? MapViewOfFile(mapping.value, FILE_MAP_READ, 0, 0, 0) : nullptr;
-        if (view)
+        if (view) {
             bytes = {static_cast<const std::uint8_t*>(view), size.LowPart};
-        else
+        } else {
             result = LastError();
+        }
     }
     ~MappedFile() {
-        if (!bytes.empty())
+        if (!bytes.empty()) {
             UnmapViewOfFile(bytes.data());
+        }
     }
 };
 
@@ -82,14 +85,17 @@ HRESULT ToHResult(ZipResult result) {
 using FolderSet = std::unordered_set<std::wstring>;
 
 HRESULT MakeFolder(const std::wstring& path) {
-    if (CreateDirectoryW(path.c_str(), nullptr))
+    if (CreateDirectoryW(path.c_str(), nullptr)) {
         return S_OK;
+    }
     const DWORD error = GetLastError();
     const DWORD attributes = GetFileAttributesW(path.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY))
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
         return HRESULT_FROM_WIN32(error);
-    if (attributes & FILE_ATTRIBUTE_REPARSE_POINT)
+    }
+    if (attributes & FILE_ATTRIBUTE_REPARSE_POINT) {
         return HRESULT_FROM_WIN32(ERROR_CANT_RESOLVE_FILENAME);
+    }
     return S_OK;
 }
 
@@ -99,11 +105,13 @@ HRESULT MakeFolders(const std::wstring& root, const std::wstring& path, std::siz
                     FolderSet& made) {
     for (std::size_t end = 0; end < length;) {
         end = std::min(path.find(L'\\', end + 1), length);
-        if (!made.insert(path.substr(0, end)).second)
+        if (!made.insert(path.substr(0, end)).second) {
             continue;
+        }
         const HRESULT result = MakeFolder(root + path.substr(0, end));
-        if (FAILED(result))
+        if (FAILED(result)) {
             return result;
+        }
     }
     return S_OK;
 }
@@ -118,8 +126,9 @@ HANDLE CreateNewFile(const std::wstring& path) {
 void SetTimeOf(HANDLE file, const ZipEntry& entry) {
     FILETIME local, utc;
     if (DosDateTimeToFileTime(entry.dosDate, entry.dosTime, &local) &&
-        LocalFileTimeToFileTime(&local, &utc))
+        LocalFileTimeToFileTime(&local, &utc)) {
         SetFileTime(file, nullptr, nullptr, &utc);
+    }
 }
 
 HRESULT WriteContent(const ZipEntry& entry, HANDLE file) {
@@ -127,10 +136,11 @@ HRESULT WriteContent(const ZipEntry& entry, HANDLE file) {
     const ZipResult unpacked = UnpackEntry(entry, [&](Bytes piece) {
         const auto size = static_cast<DWORD>(piece.size());
         DWORD written = 0;
-        if (!WriteFile(file, piece.data(), size, &written, nullptr))
+        if (!WriteFile(file, piece.data(), size, &written, nullptr)) {
             writeResult = LastError();
-        else if (written != size)
+        } else if (written != size) {
             writeResult = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
+        }
         return SUCCEEDED(writeResult);
     });
     SetTimeOf(file, entry);
@@ -145,15 +155,18 @@ HRESULT WriteEntry(const ZipEntry& entry, const std::wstring& target) {
         path += L".unpacked";
         file = CreateNewFile(path);
     }
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return LastError();
+    }
     HRESULT result = WriteContent(entry, file);
     CloseHandle(file);
     if (SUCCEEDED(result) && path != target &&
-        !MoveFileExW(path.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING))
+        !MoveFileExW(path.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) {
         result = LastError();
-    if (FAILED(result))
+    }
+    if (FAILED(result)) {
         DeleteFileW(path.c_str());
+    }
     return result;
 }
 
@@ -170,8 +183,9 @@ bool IsZipFile(const std::wstring& path) {
 HRESULT UnpackToFolder(const std::wstring& zipPath, const std::wstring& folder) {
     const std::wstring root = folder + L'\\';
     const MappedFile archive(zipPath);
-    if (FAILED(archive.result))
+    if (FAILED(archive.result)) {
         return archive.result;
+    }
     std::vector<ZipEntry> entries;
     HRESULT result = ToHResult(ReadEntries(archive.bytes, entries));
     FolderSet made;
@@ -182,8 +196,9 @@ HRESULT UnpackToFolder(const std::wstring& zipPath, const std::wstring& folder) 
                                     : parent == std::wstring::npos ? 0
                                                                    : parent;
         result = MakeFolders(root, path, folders, made);
-        if (SUCCEEDED(result) && !entries[i].isFolder)
+        if (SUCCEEDED(result) && !entries[i].isFolder) {
             result = WriteEntry(entries[i], root + path);
+        }
     }
     return result;
 }

@@ -42,11 +42,13 @@ class PlainFolder final : public ComObject<NoFolder> {
     explicit PlainFolder(const std::wstring& folder) : path(folder) {}
     STDMETHODIMP CopyHere(VARIANT item, VARIANT) override {
         void* found = nullptr;
-        if (item.vt != VT_DISPATCH || !item.pdispVal)
+        if (item.vt != VT_DISPATCH || !item.pdispVal) {
             return E_INVALIDARG;
+        }
         HRESULT result = item.pdispVal->QueryInterface(ownItems, &found);
-        if (FAILED(result))
+        if (FAILED(result)) {
             return E_NOTIMPL;
+        }
         const auto items = static_cast<ZipItems*>(found);
         try {
             result = UnpackToFolder(items->zipPath, path);
@@ -69,8 +71,9 @@ class ZipFolder final : public ComObject<NoFolder> {
   public:
     explicit ZipFolder(const std::wstring& zip) : zipPath(zip) {}
     STDMETHODIMP Items(FolderItems** items) override {
-        if (!items)
+        if (!items) {
             return E_POINTER;
+        }
         return HandOut(new (std::nothrow) ZipItems(zipPath), __uuidof(FolderItems),
                        reinterpret_cast<void**>(items));
     }
@@ -86,16 +89,20 @@ class ZipFolder final : public ComObject<NoFolder> {
 class ShellAutomation final : public ComObject<NoShellDispatch> {
   public:
     STDMETHODIMP NameSpace(VARIANT path, Folder** folder) override {
-        if (!folder)
+        if (!folder) {
             return E_POINTER;
+        }
         *folder = nullptr;
-        if (path.vt != VT_BSTR || !path.bstrVal)
+        if (path.vt != VT_BSTR || !path.bstrVal) {
             return S_FALSE;
+        }
         const auto out = reinterpret_cast<void**>(folder);
-        if (IsFolder(path.bstrVal))
+        if (IsFolder(path.bstrVal)) {
             return HandOut(new (std::nothrow) PlainFolder(path.bstrVal), __uuidof(Folder), out);
-        if (IsZipFile(path.bstrVal))
+        }
+        if (IsZipFile(path.bstrVal)) {
             return HandOut(new (std::nothrow) ZipFolder(path.bstrVal), __uuidof(Folder), out);
+        }
         return S_FALSE;
     }
 

@@ -43,26 +43,31 @@ struct Directory {
 };
 
 ZipResult FindDirectory(Bytes archive, Directory& directory) {
-    if (archive.size() < endSize)
+    if (archive.size() < endSize) {
         return ZipResult::damaged;
+    }
     const std::size_t last = archive.size() - endSize;
     const std::size_t first = last - std::min(last, longestComment);
     std::size_t end = last;
     // The record's comment reaches exactly to the end of the file, else it is no end record.
     while (Get32(archive, end) != endSignature || Get16(archive, end + 20) != last - end) {
-        if (end == first)
+        if (end == first) {
             return ZipResult::damaged;
+        }
         --end;
     }
     const std::uint32_t size = Get32(archive, end + 12), offset = Get32(archive, end + 16);
     directory.count = Get16(archive, end + 10);
-    if (directory.count == 0xFFFF || size == 0xFFFFFFFF || offset == 0xFFFFFFFF)
+    if (directory.count == 0xFFFF || size == 0xFFFFFFFF || offset == 0xFFFFFFFF) {
         return ZipResult::unsupported;
+    }
     if (Get16(archive, end + 4) != 0 || Get16(archive, end + 6) != 0 ||
-        Get16(archive, end + 8) != directory.count)
+        Get16(archive, end + 8) != directory.count) {
         return ZipResult::unsupported;
-    if (offset > end || size != end - offset)
+    }
+    if (offset > end || size != end - offset) {
         return ZipResult::damaged;
+    }
     directory.files = archive.first(offset);
     directory.headers = archive.subspan(offset, size);
     return ZipResult::ok;
@@ -71,61 +76,73 @@ ZipResult FindDirectory(Bytes archive, Directory& directory) {
 // Links, devices and pipes have no business in an archive of files and folders.
 bool IsPlainKind(std::uint32_t attributes, bool isFolder) {
     const std::uint32_t type = attributes >> 28;
-    if (attributes & windowsLink)
+    if (attributes & windowsLink) {
         return false;
-    if ((attributes & dosFolder) && !isFolder)
+    }
+    if ((attributes & dosFolder) && !isFolder) {
         return false;
+    }
     return type == 0 || type == (isFolder ? unixFolder : unixFile);
 }
 
 // Compares the local header with the central one and finds the packed bytes behind it.
 ZipResult LocateBytes(Bytes files, Bytes central, std::string_view name, ZipEntry& entry) {
     const std::size_t at = Get32(central, 42), packed = Get32(central, 20);
-    if (at > files.size() || files.size() - at < localSize)
+    if (at > files.size() || files.size() - at < localSize) {
         return ZipResult::damaged;
+    }
     const Bytes local = files.subspan(at);
     const std::size_t nameSize = Get16(local, 26), skip = localSize + nameSize + Get16(local, 28);
-    if (Get32(local, 0) != localSignature || skip > local.size() || packed > local.size() - skip)
+    if (Get32(local, 0) != localSignature || skip > local.size() || packed > local.size() - skip) {
         return ZipResult::damaged;
+    }
     const std::uint16_t flags = Get16(local, 6);
     if (((flags ^ Get16(central, 8)) & flagsThatMatter) || Get16(local, 8) != Get16(central, 10) ||
         nameSize != name.size() ||
         !std::equal(name.begin(), name.end(), local.data() + localSize,
-                    [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; }))
+                    [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; })) {
         return ZipResult::damaged;
+    }
     // Checksum and sizes may stand behind the bytes instead; the central header has them always.
     if (!(flags & flagSizesBehind) &&
-        !std::equal(local.data() + 14, local.data() + 26, central.data() + 16))
+        !std::equal(local.data() + 14, local.data() + 26, central.data() + 16)) {
         return ZipResult::damaged;
+    }
     entry.packed = local.subspan(skip, packed);
     return ZipResult::ok;
 }
 
 ZipResult ReadEntry(Bytes files, Bytes central, std::string_view name, ZipEntry& entry) {
     const std::uint16_t flags = Get16(central, 8), method = Get16(central, 10);
-    if (flags & (flagEncrypted | flagStrong | flagMasked))
+    if (flags & (flagEncrypted | flagStrong | flagMasked)) {
         return ZipResult::unsupported;
-    if (method != methodStored && method != methodDeflated)
+    }
+    if (method != methodStored && method != methodDeflated) {
         return ZipResult::unsupported;
+    }
     entry.isDeflated = method == methodDeflated;
     entry.dosTime = Get16(central, 12);
     entry.dosDate = Get16(central, 14);
     entry.crc = Get32(central, 16);
     entry.size = Get32(central, 24);
     if (Get32(central, 20) == 0xFFFFFFFF || entry.size == 0xFFFFFFFF ||
-        Get32(central, 42) == 0xFFFFFFFF || Get16(central, 34) != 0)
+        Get32(central, 42) == 0xFFFFFFFF || Get16(central, 34) != 0) {
         return ZipResult::unsupported;
+    }
 
     std::u16string decoded;
     if (!DecodeEntryName(name, flags & flagUtf8, decoded) ||
-        !MakeRelativePath(decoded, entry.path, entry.isFolder))
+        !MakeRelativePath(decoded, entry.path, entry.isFolder)) {
         return ZipResult::unsafeName;
-    if (!IsPlainKind(Get32(central, 38), entry.isFolder))
+    }
+    if (!IsPlainKind(Get32(central, 38), entry.isFolder)) {
         return ZipResult::unsafeName;
+    }
 
     const ZipResult result = LocateBytes(files, central, name, entry);
-    if (result != ZipResult::ok)
+    if (result != ZipResult::ok) {
         return result;
+    }
     const bool sizesLie = !entry.isDeflated && entry.size != entry.packed.size();
     return sizesLie || (entry.isFolder && entry.size != 0) ? ZipResult::damaged : ZipResult::ok;
 }
@@ -136,12 +153,15 @@ bool HaveClashingPaths(const std::vector<ZipEntry>& entries) {
     for (const ZipEntry& entry : entries) {
         const std::u16string path = FoldCase(entry.path);
         for (std::size_t end = path.find(u'\\'); end != std::u16string::npos;
-             end = path.find(u'\\', end + 1))
-            if (!isFolderAt.try_emplace(path.substr(0, end), true).first->second)
+             end = path.find(u'\\', end + 1)) {
+            if (!isFolderAt.try_emplace(path.substr(0, end), true).first->second) {
                 return true;
+            }
+        }
         const auto [place, isNew] = isFolderAt.try_emplace(path, entry.isFolder);
-        if (!isNew && !(entry.isFolder && place->second))
+        if (!isNew && !(entry.isFolder && place->second)) {
             return true;
+        }
     }
     return false;
 }
@@ -149,13 +169,17 @@ bool HaveClashingPaths(const std::vector<ZipEntry>& entries) {
 // Entries that share bytes make a small archive unpack to a huge one.
 bool HaveSharedBytes(const std::vector<ZipEntry>& entries) {
     std::vector<Bytes> packed;
-    for (const ZipEntry& entry : entries)
-        if (!entry.packed.empty())
+    for (const ZipEntry& entry : entries) {
+        if (!entry.packed.empty()) {
             packed.push_back(entry.packed);
+        }
+    }
     std::sort(packed.begin(), packed.end(), [](Bytes a, Bytes b) { return a.data() < b.data(); });
-    for (std::size_t i = 1; i < packed.size(); ++i)
-        if (packed[i - 1].data() + packed[i - 1].size() > packed[i].data())
+    for (std::size_t i = 1; i < packed.size(); ++i) {
+        if (packed[i - 1].data() + packed[i - 1].size() > packed[i].data()) {
             return true;
+        }
+    }
     return false;
 }
 
@@ -172,12 +196,14 @@ ZipResult Inflate(const ZipEntry& entry, z_stream& stream, const ZipSink& sink) 
         stream.avail_out = static_cast<uInt>(room);
         state = inflate(&stream, Z_NO_FLUSH);
         const std::size_t got = room - stream.avail_out;
-        if ((state != Z_OK && state != Z_STREAM_END) || got > entry.size - written)
+        if ((state != Z_OK && state != Z_STREAM_END) || got > entry.size - written) {
             return ZipResult::damaged;
+        }
         written += got;
         crc = crc32(crc, buffer.get(), static_cast<uInt>(got));
-        if (got != 0 && !sink({buffer.get(), got}))
+        if (got != 0 && !sink({buffer.get(), got})) {
             return ZipResult::sinkFailed;
+        }
     }
     const bool isWhole = written == entry.size && crc == entry.crc && stream.avail_in == 0;
     return isWhole ? ZipResult::ok : ZipResult::damaged;
@@ -194,39 +220,46 @@ ZipResult ReadEntries(Bytes archive, std::vector<ZipEntry>& entries) {
     entries.clear();
     Directory directory;
     ZipResult result = FindDirectory(archive, directory);
-    if (result != ZipResult::ok)
+    if (result != ZipResult::ok) {
         return result;
+    }
     Bytes rest = directory.headers;
     for (std::size_t i = 0; i < directory.count; ++i) {
-        if (rest.size() < centralSize || Get32(rest, 0) != centralSignature)
+        if (rest.size() < centralSize || Get32(rest, 0) != centralSignature) {
             return ZipResult::damaged;
+        }
         const std::size_t nameSize = Get16(rest, 28);
         const std::size_t whole = centralSize + nameSize + Get16(rest, 30) + Get16(rest, 32);
-        if (whole > rest.size())
+        if (whole > rest.size()) {
             return ZipResult::damaged;
+        }
         const std::string_view name(reinterpret_cast<const char*>(rest.data()) + centralSize,
                                     nameSize);
         result = ReadEntry(directory.files, rest.first(whole), name, entries.emplace_back());
-        if (result != ZipResult::ok)
+        if (result != ZipResult::ok) {
             return result;
+        }
         rest = rest.subspan(whole);
     }
-    if (!rest.empty() || HaveSharedBytes(entries) || HaveClashingPaths(entries))
+    if (!rest.empty() || HaveSharedBytes(entries) || HaveClashingPaths(entries)) {
         return ZipResult::damaged;
+    }
     return ZipResult::ok;
 }
 
 ZipResult UnpackEntry(const ZipEntry& entry, const ZipSink& sink) {
     if (!entry.isDeflated) {
         const auto size = static_cast<uInt>(entry.packed.size());
-        if (crc32(crc32(0, nullptr, 0), entry.packed.data(), size) != entry.crc)
+        if (crc32(crc32(0, nullptr, 0), entry.packed.data(), size) != entry.crc) {
             return ZipResult::damaged;
+        }
         return entry.packed.empty() || sink(entry.packed) ? ZipResult::ok : ZipResult::sinkFailed;
     }
     z_stream stream{};
     // Negative: a bare deflate stream, without zlib's own header.
-    if (inflateInit2(&stream, -MAX_WBITS) != Z_OK)
+    if (inflateInit2(&stream, -MAX_WBITS) != Z_OK) {
         throw std::bad_alloc();
+    }
     const std::unique_ptr<z_stream, int (*)(z_stream*)> closer(&stream, inflateEnd);
     return Inflate(entry, stream, sink);
 }
