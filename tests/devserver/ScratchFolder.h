@@ -1,24 +1,41 @@
 #pragma once
 
+#include <stdlib.h>
+
 #include <filesystem>
-#include <functional>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <string>
 
 /// A fresh folder in the system's temporary folder, removed at the end.
 class ScratchFolder {
   public:
-    ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ~ScratchFolder() {
+        std::filesystem::remove_all(path);
+    }
 
-    const std::filesystem::path path;
+  private:
+    std::string name = std::filesystem::temp_directory_path() / "devserver-test-XXXXXX";
+
+  public:
+    const std::filesystem::path path = mkdtemp(name.data());
 };
 
-void WriteFile(const std::filesystem::path& file, const std::string& content);
+inline void WriteFile(const std::filesystem::path& file, const std::string& content) {
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+}
+
 /// Empty when there is no such file.
-std::string ReadFile(const std::filesystem::path& file);
-std::set<std::string> NamesIn(const std::filesystem::path& folder);
-/// Looks until the condition holds, 5 s at most. False when it does not come about.
-bool WaitFor(const std::function<bool()>& condition);
+inline std::string ReadFile(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline std::set<std::string> NamesIn(const std::filesystem::path& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        names.insert(entry.path().filename());
+    return names;
+}

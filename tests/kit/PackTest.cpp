@@ -1,7 +1,9 @@
 #include <windows.h>
+#include <bcrypt.h>
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -12,45 +14,38 @@
 #include "kit/Sha256.h"
 #include "resources/ResourceIds.h"
 #include "Samples.h"
-#include "support/ImportPatch.h"
+#include "support/FailingCall.h"
 #include "support/Scratch.h"
 
 namespace {
 
-const std::wstring sampleBase = FromHostPath(Widen(SAMPLE_BASE));
+namespace fs = std::filesystem;
 
 using Tree = std::map<std::wstring, std::string>;
 
 /// All files by relative path; a folder has a slash behind its name.
-void ReadTree(const std::wstring& root, const std::wstring& prefix, Tree& tree) {
-    WIN32_FIND_DATAW found;
-    const HANDLE find = FindFirstFileW((root + L"\\" + prefix + L"*").c_str(), &found);
-    if (find == INVALID_HANDLE_VALUE)
-        return;
-    do {
-        const std::wstring name = found.cFileName, path = prefix + name;
-        if (name == L"." || name == L"..")
-            continue;
-        if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-            tree[path + L"/"];
-            ReadTree(root, path + L"/", tree);
-        } else {
-            tree[path] = Read(root + L"\\" + path);
-        }
-    } while (FindNextFileW(find, &found));
-    FindClose(find);
-}
-
 Tree ReadTree(const std::wstring& root) {
     Tree tree;
-    ReadTree(root, L"", tree);
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        const std::wstring path = entry.path().generic_wstring().substr(root.size() + 1);
+        if (entry.is_directory())
+            tree[path + L"/"];
+        else
+            tree[path] = Read(entry.path());
+    }
     return tree;
+}
+
+std::string HashOf(const std::wstring& path) {
+    std::string hex;
+    EXPECT_EQ(HashFile(path, hex), 0u);
+    return hex;
 }
 
 /// An application of the reference product, ready to be packed.
 struct PackTest : testing::Test {
     ScratchFolder folder;
-    std::wstring app = folder / L"app", dist = folder / L"dist";
+    std::wstring app = folder / L"app", dist = folder / L"dist", win = dist + L"\\download\\win\\";
     PackJob job = {sampleBase, ProductFolder(L"quorvane"), app, dist, {}, "", ""};
 
     PackTest() {
@@ -58,7 +53,7 @@ struct PackTest : testing::Test {
         for (const wchar_t* name : {L"QuorvaneStarter.exe", L"Quorvane.exe", L"syspin.exe"})
             WriteFileText(app + L"\\" + name, program);
         WriteFileText(app + L"\\locales\\ü 例.pak", Noise(700000));
-        CreateDirectoryW((app + L"\\empty").c_str(), nullptr);
+        fs::create_directory(app + L"\\empty");
         SetVersion("1.2.3");
     }
 
@@ -74,36 +69,24 @@ struct PackTest : testing::Test {
         std::vector<PackedFile> files;
         return HasErrors(findings) ? Lines(findings) : MakePack(job, plan, files);
     }
-};
 
-/// Every file but the list itself stands in it with the right checksum.
-void ExpectChecksums(const std::wstring& dist) {
-    std::map<std::string, std::string> listed;
-    const std::string list = Read(dist + L"\\SHA256SUMS");
-    for (std::size_t place = 0; place < list.size(); place = list.find('\n', place) + 1)
-        listed[list.substr(place + 66, list.find('\n', place) - place - 66)] =
-            list.substr(place, 64);
-    for (const auto& [path, content] : ReadTree(dist)) {
-        if (path.back() == L'/' || path == L"SHA256SUMS")
-            continue;
-        std::string hex;
-        EXPECT_EQ(HashFile(dist + L"\\" + path, hex), 0u);
-        EXPECT_EQ(listed[Narrow(path)], hex) << Narrow(path);
-        listed.erase(Narrow(path));
+    Tree Unpack(const std::wstring& zip) const {
+        const std::wstring unpacked = folder / L"unpacked";
+        fs::create_directory(unpacked);
+        EXPECT_EQ(UnpackToFolder(zip, unpacked), S_OK);
+        return ReadTree(unpacked);
     }
-    EXPECT_TRUE(listed.empty()) << listed.begin()->first;
-}
 
-std::string ArchiveInside(const std::wstring& path) {
-    const HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
-    const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(IDR_ARCHIVE), L"DISTR");
-    std::string archive;
-    if (found != nullptr)
-        archive.assign(static_cast<const char*>(LockResource(LoadResource(module, found))),
-                       SizeofResource(module, found));
-    FreeLibrary(module);
-    return archive;
-}
+    /// Every file but the list itself stands in it with the right checksum.
+    void ExpectChecksums() const {
+        std::string expected;
+        for (const auto& [path, content] : ReadTree(dist)) {
+            if (path.back() != L'/' && path != L"SHA256SUMS")
+                expected += HashOf(dist + L"\\" + path) + "  " + Narrow(path) + "\n";
+        }
+        EXPECT_EQ(Read(dist + L"\\SHA256SUMS"), expected);
+    }
+};
 
 TEST_F(PackTest, MakesWhatATeamPublishes) {
     ASSERT_EQ(Pack(), "");
@@ -116,26 +99,19 @@ TEST_F(PackTest, MakesWhatATeamPublishes) {
     EXPECT_EQ(names,
               (std::vector<std::wstring>{offline, L"QuorvaneSetup.exe", L"SHA256SUMS", L"download/",
                                          L"download/win/", L"download/win/manifest.json", zip}));
-    ExpectChecksums(dist);
-    std::string hex;
-    HashFile(dist + L"\\" + zip, hex);
-    const nlohmann::json manifest = nlohmann::json::parse(made.at(L"download/win/manifest.json"));
-    EXPECT_EQ(manifest,
+    ExpectChecksums();
+    EXPECT_EQ(ReadJson(win + L"manifest.json"),
               (nlohmann::json{{"version", "1.2.3"},
                               {"windows",
                                {{{"url", "https://download.quorvane.example/" + Narrow(zip)},
                                  {"arch", "ia32"},
-                                 {"hash", hex}}}}}));
+                                 {"hash", HashOf(dist + L"\\" + zip)}}}}}));
     // The archive unpacks to the application and the setup as its uninstaller.
-    const std::wstring unpacked = folder / L"unpacked";
-    CreateDirectoryW(unpacked.c_str(), nullptr);
-    ASSERT_EQ(UnpackToFolder(dist + L"\\" + zip, unpacked), S_OK);
     Tree expected = ReadTree(app);
     expected[L"uninstall.exe"] = made.at(L"QuorvaneSetup.exe");
-    EXPECT_TRUE(ReadTree(unpacked) == expected);
-    EXPECT_TRUE(ArchiveInside(dist + L"\\" + offline) == made.at(zip));
-    EXPECT_EQ(ArchiveInside(dist + L"\\QuorvaneSetup.exe"), "");
-    EXPECT_EQ(ReadTree(folder.path).count(L"dist/"), 1u);
+    EXPECT_TRUE(Unpack(dist + L"\\" + zip) == expected);
+    EXPECT_TRUE(ReadResource(dist + L"\\" + offline, L"DISTR", IDR_ARCHIVE) == made.at(zip));
+    EXPECT_EQ(ReadResource(dist + L"\\QuorvaneSetup.exe", L"DISTR", IDR_ARCHIVE), "none");
 
     ASSERT_EQ(Pack(), "");
     EXPECT_TRUE(ReadTree(dist) == made) << "the same application gave other files";
@@ -145,40 +121,32 @@ TEST_F(PackTest, AddsArchitecturesAndReplacesVersions) {
     job.architectures = {"ia32"};
     WriteFileText(app + L"\\uninstall.exe", Read(sampleBase) + "signed");
     ASSERT_EQ(Pack(), "");
-    const std::string first = Read(dist + L"\\download\\win\\quorvane-1.2.3-ia32.zip");
+    const std::string first = Read(win + L"quorvane-1.2.3-ia32.zip");
     job.architectures = {"x64"};
     job.baseUrl = "https://cdn.example/q";
     job.altUrl = "http://mirror.example:81";
     ASSERT_EQ(Pack(), "");
-    ExpectChecksums(dist);
-    EXPECT_TRUE(Read(dist + L"\\download\\win\\quorvane-1.2.3-ia32.zip") == first);
-    nlohmann::json manifest = ReadJson(dist + L"\\download\\win\\manifest.json");
-    ASSERT_EQ(manifest["windows"].size(), 2u);
-    EXPECT_EQ(manifest["windows"][0]["arch"], "ia32");
-    EXPECT_EQ(manifest["windows"][1]["url"],
-              "https://cdn.example/q/download/win/quorvane-1.2.3-x64.zip");
-    EXPECT_EQ(manifest["windows"][1]["altUrl"],
-              "http://mirror.example:81/download/win/quorvane-1.2.3-x64.zip");
-    const std::wstring unpacked = folder / L"unpacked";
-    CreateDirectoryW(unpacked.c_str(), nullptr);
-    ASSERT_EQ(UnpackToFolder(dist + L"\\download\\win\\quorvane-1.2.3-x64.zip", unpacked), S_OK);
-    EXPECT_TRUE(Read(unpacked + L"\\uninstall.exe") == Read(app + L"\\uninstall.exe"));
+    ExpectChecksums();
+    EXPECT_TRUE(Read(win + L"quorvane-1.2.3-ia32.zip") == first);
+    nlohmann::json offers = ReadJson(win + L"manifest.json")["windows"];
+    ASSERT_EQ(offers.size(), 2u);
+    EXPECT_EQ(offers[0]["arch"], "ia32");
+    EXPECT_EQ(offers[1]["url"], "https://cdn.example/q/download/win/quorvane-1.2.3-x64.zip");
+    EXPECT_EQ(offers[1]["altUrl"], "http://mirror.example:81/download/win/quorvane-1.2.3-x64.zip");
+    EXPECT_TRUE(Unpack(win + L"quorvane-1.2.3-x64.zip").at(L"uninstall.exe") ==
+                Read(app + L"\\uninstall.exe"));
 
     SetVersion("1.2.4");
     job.architectures = {"x64", "ia32"};
     ASSERT_EQ(Pack(), "");
-    ExpectChecksums(dist);
-    manifest = ReadJson(dist + L"\\download\\win\\manifest.json");
-    EXPECT_EQ(manifest["version"], "1.2.4");
-    ASSERT_EQ(manifest["windows"].size(), 2u);
-    for (const auto& entry : manifest["windows"])
-        EXPECT_EQ(entry["url"], "https://cdn.example/q/download/win/quorvane-1.2.4-" +
-                                    entry["arch"].get<std::string>() + ".zip");
-    EXPECT_TRUE(Exists(dist + L"\\download\\win\\quorvane-1.2.3-ia32.zip"));
-}
-
-long WINAPI FailToFinish(void*, unsigned char*, unsigned long, unsigned long) {
-    return -1;
+    ExpectChecksums();
+    EXPECT_EQ(ReadJson(win + L"manifest.json")["version"], "1.2.4");
+    offers = ReadJson(win + L"manifest.json")["windows"];
+    ASSERT_EQ(offers.size(), 2u);
+    for (const auto& offer : offers)
+        EXPECT_EQ(offer["url"], "https://cdn.example/q/download/win/quorvane-1.2.4-" +
+                                    offer["arch"].get<std::string>() + ".zip");
+    EXPECT_TRUE(Exists(win + L"quorvane-1.2.3-ia32.zip"));
 }
 
 TEST_F(PackTest, FailureLeavesTheFolderAsItWas) {
@@ -207,47 +175,48 @@ TEST_F(PackTest, FailureLeavesTheFolderAsItWas) {
     with(&PackJob::baseUrl, "https://" + std::string(1000, 'x'), "error: --base-url: is too long");
     {
         // All has been made when its checksums cannot be had.
-        const ImportPatch patch("bcrypt.dll", "BCryptFinishHash", AsProc(&FailToFinish));
+        const FailingCall noHash("bcrypt.dll", "BCryptFinishHash", &BCryptFinishHash, -1);
         expectUntouched("cannot be read back");
     }
     ASSERT_EQ(Pack(), "");
     SetVersion("2.0.0");
-    for (const wchar_t* name : {L"SHA256SUMS", L"download\\win\\manifest.json"}) {
-        const std::string good = Read(dist + L"\\" + name);
-        WriteFileText(dist + L"\\" + name, "rubbish");
-        expectUntouched(name[0] == L'S' ? "error: SHA256SUMS: " : "error: download/win/manifest");
-        WriteFileText(dist + L"\\" + name, good);
+    const std::pair<std::wstring, const char*> lists[] = {
+        {dist + L"\\SHA256SUMS", "error: SHA256SUMS: "},
+        {win + L"manifest.json", "error: download/win/manifest"}};
+    for (const auto& [path, wrong] : lists) {
+        const std::string good = Read(path);
+        WriteFileText(path, "rubbish");
+        expectUntouched(wrong);
+        WriteFileText(path, good);
     }
     // The last file to be replaced is in use: those before it are taken back.
-    Tree before = ReadTree(folder.path);
-    {
-        const HANDLE reader = CreateFileW((dist + L"\\SHA256SUMS").c_str(), GENERIC_READ,
-                                          FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-        const std::string wrong = Pack();
-        CloseHandle(reader);
-        EXPECT_NE(wrong.find("SHA256SUMS: cannot be replaced"), std::string::npos) << wrong;
-    }
+    const Tree before = ReadTree(folder.path);
+    const HANDLE reader = CreateFileW((dist + L"\\SHA256SUMS").c_str(), GENERIC_READ,
+                                      FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    const std::string wrong = Pack();
+    CloseHandle(reader);
+    EXPECT_NE(wrong.find("SHA256SUMS: cannot be replaced"), std::string::npos) << wrong;
     EXPECT_TRUE(ReadTree(folder.path) == before);
 }
 
 TEST_F(PackTest, CommandLine) {
-    const std::wstring program = L"\"" + FromHostPath(Widen(PACK_PROGRAM)) + L"\" ";
-    const std::wstring product = L"--product \"" + Widen(PRODUCTS_FOLDER) + L"/quorvane\" ";
-    const std::wstring rest = L"--app app --out dist --base \"" + Widen(SAMPLE_BASE) + L"\" ";
-    wchar_t before[MAX_PATH];
-    GetCurrentDirectoryW(MAX_PATH, before);
-    SetCurrentDirectoryW(folder.path.c_str());
-    EXPECT_EQ(RunProgram(program + L"--help"), 0);
-    EXPECT_EQ(RunProgram(program), 2);
-    EXPECT_EQ(RunProgram(program + product + rest + L"--arch"), 2);
-    EXPECT_EQ(RunProgram(program + product + rest + L"--colour blue"), 2);
-    EXPECT_EQ(RunProgram(program + product + rest + L"--arch arm"), 1);
-    EXPECT_EQ(RunProgram(program + product + rest + L"--check"), 0);
+    const std::wstring program = L"\"" + FromHostPath(Widen(PACK_PROGRAM)) + L"\"";
+    const std::wstring all = L" --product \"" + Widen(PRODUCTS_FOLDER) +
+                             L"/quorvane\" --app app --out dist --base \"" + Widen(SAMPLE_BASE) +
+                             L"\"";
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path);
+    const std::pair<std::wstring, int> calls[] = {
+        {L" --help", 0},           {L"", 2},
+        {all + L" --arch", 2},     {all + L" --colour blue", 2},
+        {all + L" --arch arm", 1}, {all + L" --check", 0}};
+    for (const auto& [arguments, code] : calls)
+        EXPECT_EQ(ExitCodeOf(program + arguments), code) << Narrow(arguments);
     EXPECT_FALSE(Exists(dist));
-    EXPECT_EQ(RunProgram(program + product + rest + L"--arch x64 --arch ia32"), 0);
-    SetCurrentDirectoryW(before);
+    EXPECT_EQ(ExitCodeOf(program + all + L" --arch x64 --arch ia32"), 0);
+    fs::current_path(before);
     EXPECT_EQ(ReadTree(dist).size(), 9u);
-    ExpectChecksums(dist);
+    ExpectChecksums();
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <windows.h>
+
 #include <functional>
 #include <string>
 
@@ -7,19 +9,27 @@
 
 #include "kit/Findings.h"
 
+/// The program that products are stamped into, SampleBase.cpp.
+extern const std::wstring sampleBase;
+
 std::wstring ProductFolder(const std::wstring& name);
 std::string Read(const std::wstring& path);
 nlohmann::json ReadJson(const std::wstring& path);
+
+/// A resource of an executable, "none" when it has no such one.
+std::string ReadResource(const std::wstring& path, const wchar_t* type, unsigned id,
+                         DWORD loading = LOAD_LIBRARY_AS_DATAFILE);
 
 /// Bytes that do not pack, always the same ones.
 std::string Noise(std::size_t length);
 
 /// The exit code of a program, -1 when it cannot be started or does not end.
-int RunProgram(const std::wstring& commandLine);
+int ExitCodeOf(std::wstring commandLine);
 
 /// The findings, each on a line.
 std::string Lines(const Findings& findings);
-/// One finding and no other, which begins with `start` and says `expected`.
+/// One finding and no other, which begins with `start` and says `expected`; none when both are
+/// empty.
 void ExpectOnly(const Findings& findings, const std::string& start, const std::string& expected);
 
 /// A picture with all five row filters in turn. `paint` gives the pixel at x, y as 0xRRGGBBAA.

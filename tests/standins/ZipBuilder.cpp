@@ -7,21 +7,15 @@
 
 namespace {
 
+// As in a zlib stream, whose head of two bytes and checksum of four go.
 std::string Deflate(const std::string& content) {
-    z_stream stream{};
-    if (deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-        throw std::runtime_error("deflateInit2");
-    std::string packed(deflateBound(&stream, static_cast<uLong>(content.size())), '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
-    stream.avail_in = static_cast<uInt>(content.size());
-    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    const int state = deflate(&stream, Z_FINISH);
-    packed.resize(stream.total_out);
-    deflateEnd(&stream);
-    if (state != Z_STREAM_END)
-        throw std::runtime_error("deflate");
-    return packed;
+    uLongf size = compressBound(static_cast<uLong>(content.size()));
+    std::string packed(size, '\0');
+    if (compress(reinterpret_cast<Bytef*>(packed.data()), &size,
+                 reinterpret_cast<const Bytef*>(content.data()),
+                 static_cast<uLong>(content.size())) != Z_OK)
+        throw std::runtime_error("compress");
+    return packed.substr(2, size - 6);
 }
 
 std::uint32_t Either(std::int64_t given, std::size_t actual) {

@@ -6,43 +6,23 @@
 
 namespace {
 
-constexpr UINT answerBound = 2000;
-
-std::wstring ClassName(HWND window) {
-    wchar_t name[100] = L"";
-    GetClassNameW(window, name, 100);
-    return name;
-}
-
-struct WindowSearch {
-    DWORD processId;
-    std::wstring className;
-    HWND found;
-};
-
-BOOL CALLBACK CompareWindow(HWND window, LPARAM parameter) {
-    auto& search = *reinterpret_cast<WindowSearch*>(parameter);
-    DWORD processId = 0;
-    GetWindowThreadProcessId(window, &processId);
-    if (processId != search.processId || ClassName(window) != search.className) {
-        return TRUE;
-    }
-    search.found = window;
-    return FALSE;
-}
-
-BOOL CALLBACK CollectChild(HWND window, LPARAM parameter) {
-    reinterpret_cast<std::vector<HWND>*>(parameter)->push_back(window);
+BOOL CALLBACK AddWindow(HWND window, LPARAM windows) {
+    reinterpret_cast<std::vector<HWND>*>(windows)->push_back(window);
     return TRUE;
 }
 
-std::vector<HWND> Children(HWND window, const wchar_t* className) {
-    std::vector<HWND> children;
-    EnumChildWindows(window, CollectChild, reinterpret_cast<LPARAM>(&children));
-    std::erase_if(children, [className](HWND child) {
-        return lstrcmpiW(ClassName(child).c_str(), className) != 0;
+// In the order in which they lie on each other, which for controls is that of their making. Not by
+// FindWindowEx with a window to go on from: it can keep Wine's server busy for ever.
+std::vector<HWND> WindowsOn(HWND parent, const std::wstring& className) {
+    std::vector<HWND> windows;
+    const auto list = reinterpret_cast<LPARAM>(&windows);
+    parent == nullptr ? EnumWindows(AddWindow, list) : EnumChildWindows(parent, AddWindow, list);
+    std::erase_if(windows, [&](HWND window) {
+        wchar_t name[100] = L"";
+        GetClassNameW(window, name, 100);
+        return lstrcmpiW(name, className.c_str()) != 0;
     });
-    return children;
+    return windows;
 }
 
 int LeftEdge(HWND window) {
@@ -51,100 +31,68 @@ int LeftEdge(HWND window) {
     return place.left;
 }
 
-Box ReadBox(HWND window) {
-    Box box;
-    box.window = window;
-    box.caption = WindowText(window);
-    box.hasOwner = GetWindow(window, GW_OWNER) != nullptr;
-    for (const HWND label : Children(window, L"Static")) {
-        const std::wstring text = WindowText(label);
-        if (!text.empty()) {
-            box.texts.push_back(text);
-        }
-    }
-    std::vector<HWND> buttons = Children(window, L"Button");
-    std::erase_if(
-        buttons, [](HWND button) { return (GetWindowLongW(button, GWL_STYLE) & WS_VISIBLE) == 0; });
-    std::sort(buttons.begin(), buttons.end(),
-              [](HWND a, HWND b) { return LeftEdge(a) < LeftEdge(b); });
-    for (const HWND button : buttons) {
-        box.buttons.push_back(GetDlgCtrlID(button));
-    }
-    return box;
-}
-
-// A box exists some time before it can be answered: its buttons come last.
-bool IsReady(const Box& box) {
-    return !box.buttons.empty() && IsWindowVisible(box.window);
-}
-
-bool WaitUntilGone(HWND window) {
-    return WaitUntil([window] { return !IsWindow(window) || !IsWindowVisible(window); }, boxBound);
-}
-
 }  // namespace
 
 Box FindBox(DWORD processId) {
-    const HWND window = FindWindowOf(processId, L"#32770");
-    return window == nullptr ? Box() : ReadBox(window);
+    Box box;
+    box.window = FindWindowOf(processId, L"#32770");
+    std::vector<HWND> buttons = WindowsOn(box.window, L"Button");
+    std::erase_if(
+        buttons, [](HWND button) { return (GetWindowLongW(button, GWL_STYLE) & WS_VISIBLE) == 0; });
+    // A box exists some time before it can be answered: its buttons come last.
+    if (!box || buttons.empty() || !IsWindowVisible(box.window))
+        return {};
+    std::ranges::sort(buttons, {}, LeftEdge);
+    std::ranges::transform(buttons, std::back_inserter(box.buttons), GetDlgCtrlID);
+    box.caption = WindowText(box.window);
+    box.hasOwner = GetWindow(box.window, GW_OWNER) != nullptr;
+    box.texts = LabelTexts(box.window);
+    std::erase(box.texts, L"");
+    return box;
 }
 
 Box WaitForBox(HANDLE process, DWORD bound) {
     Box box;
-    const DWORD processId = GetProcessId(process);
-    const auto isThere = [&] {
-        box = FindBox(processId);
-        return box && IsReady(box);
-    };
-    return WaitUntil(isThere, bound, process) ? box : Box();
+    WaitUntil([&] { return bool(box = FindBox(GetProcessId(process))); }, bound, process);
+    return box;
 }
 
 bool PressButton(const Box& box, int button) {
-    const HWND window = GetDlgItem(box.window, button);
-    if (window == nullptr ||
-        std::find(box.buttons.begin(), box.buttons.end(), button) == box.buttons.end()) {
+    if (std::ranges::find(box.buttons, button) == box.buttons.end())
         return false;
-    }
-    PostMessageW(window, BM_CLICK, 0, 0);
-    return WaitUntilGone(box.window);
-}
-
-bool CloseBox(const Box& box) {
-    PostMessageW(box.window, WM_CLOSE, 0, 0);
-    return WaitUntilGone(box.window);
+    PostMessageW(GetDlgItem(box.window, button), BM_CLICK, 0, 0);
+    return WaitUntil([&] { return !IsWindow(box.window) || !IsWindowVisible(box.window); },
+                     boxBound);
 }
 
 HWND FindWindowOf(DWORD processId, const std::wstring& className) {
-    WindowSearch search = {processId, className, nullptr};
-    EnumWindows(CompareWindow, reinterpret_cast<LPARAM>(&search));
-    return search.found;
+    for (const HWND window : WindowsOn(nullptr, className)) {
+        DWORD owner = ~0U;
+        GetWindowThreadProcessId(window, &owner);
+        if (owner == processId)
+            return window;
+    }
+    return nullptr;
 }
 
 HWND WaitForWindow(HANDLE process, const std::wstring& className, DWORD bound) {
     HWND window = nullptr;
     const DWORD processId = GetProcessId(process);
-    const auto isThere = [&] {
-        window = FindWindowOf(processId, className);
-        return window != nullptr;
-    };
-    WaitUntil(isThere, bound, process);
+    WaitUntil([&] { return (window = FindWindowOf(processId, className)) != nullptr; }, bound,
+              process);
     return window;
 }
 
 std::wstring WindowText(HWND window) {
     wchar_t text[1000] = L"";
     DWORD_PTR length = 0;
-    if (SendMessageTimeoutW(window, WM_GETTEXT, 1000, reinterpret_cast<LPARAM>(text),
-                            SMTO_ABORTIFHUNG, answerBound, &length) == 0) {
-        return {};
-    }
+    SendMessageTimeoutW(window, WM_GETTEXT, 1000, reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG,
+                        2000, &length);
     return text;
 }
 
 std::vector<std::wstring> LabelTexts(HWND window) {
     std::vector<std::wstring> texts;
-    for (const HWND label : Children(window, L"Static")) {
-        texts.push_back(WindowText(label));
-    }
+    std::ranges::transform(WindowsOn(window, L"Static"), std::back_inserter(texts), WindowText);
     return texts;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Finds, reads, answers and closes the windows and boxes of another process. Nothing here blocks
-/// longer than its bound, also when the other process hangs.
+/// Finds, reads and answers the windows and boxes of another process. Nothing here blocks longer
+/// than its bound, also when the other process hangs.
 
 #include <windows.h>
 
@@ -23,19 +23,16 @@ struct Box {
 
 constexpr DWORD boxBound = 30000;
 
-/// The box that the process shows now.
+/// The box that the process shows now and that can be answered.
 Box FindBox(DWORD processId);
 
-/// Waits until the process shows a box; comes back without one when the process has ended before,
-/// or after the bound in milliseconds.
+/// Waits until the process shows one; comes back without it when the process has ended before, or
+/// after the bound in milliseconds.
 Box WaitForBox(HANDLE process, DWORD bound = boxBound);
 
 /// Presses a button (IDOK, IDCANCEL, IDRETRY, IDYES, IDNO, the id of a task dialog's own button)
 /// and waits until the box is gone. False when the box has no such button or stays.
 bool PressButton(const Box& box, int button);
-
-/// Closes the box as its close button does, and waits until it is gone.
-bool CloseBox(const Box& box);
 
 /// The process's visible or hidden top-level window of this class; null when it has none.
 HWND FindWindowOf(DWORD processId, const std::wstring& className);

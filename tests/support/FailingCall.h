@@ -8,24 +8,22 @@ template <typename Result, typename... Arguments>
 inline Result failingResult;
 inline DWORD failingError;
 
-template <typename Result, typename... Arguments>
-Result WINAPI FailInstead(Arguments...) {
-    SetLastError(failingError);
-    return failingResult<Result, Arguments...>;
-}
-
 /// Makes an import fail for one scope: nothing is done, the last error set and the result given.
 /// Calls of one signature fail alike.
-class FailingCall {
+class FailingCall : ImportPatch {
   public:
     template <typename Result, typename... Arguments>
     FailingCall(const char* library, const char* name, Result(WINAPI*)(Arguments...),
                 std::type_identity_t<Result> result, DWORD error = ERROR_NOT_ENOUGH_MEMORY)
-        : patch(library, name, AsProc(&FailInstead<Result, Arguments...>)) {
+        : ImportPatch(library, name, AsProc(&FailInstead<Result, Arguments...>)) {
         failingResult<Result, Arguments...> = result;
         failingError = error;
     }
 
   private:
-    ImportPatch patch;
+    template <typename Result, typename... Arguments>
+    static Result WINAPI FailInstead(Arguments...) {
+        SetLastError(failingError);
+        return failingResult<Result, Arguments...>;
+    }
 };

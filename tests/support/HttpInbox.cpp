@@ -2,18 +2,8 @@
 
 #include <stdlib.h>
 
-namespace {
-
-bool IsWhole(const std::string& request) {
-    const std::size_t head = request.find("\r\n\r\n");
-    const std::size_t length = request.find("Content-Length: ");
-    return head != std::string::npos && length < head &&
-           request.size() - head - 4 >= strtoul(request.c_str() + length + 16, nullptr, 10);
-}
-
-}  // namespace
-
-HttpInbox::HttpInbox(std::string answer) : status(std::move(answer)) {
+HttpInbox::HttpInbox(const std::string& status)
+    : answer("HTTP/1.1 " + status + "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n") {
     WSADATA data;
     WSAStartup(MAKEWORD(2, 2), &data);
     listener = socket(AF_INET, SOCK_STREAM, 0);
@@ -27,9 +17,8 @@ HttpInbox::HttpInbox(std::string answer) : status(std::move(answer)) {
     port = ntohs(address.sin_port);
     thread = std::thread([this] {
         for (SOCKET connection; (connection = accept(listener, nullptr, nullptr)) != INVALID_SOCKET;
-             closesocket(connection)) {
+             closesocket(connection))
             Answer(connection);
-        }
     });
 }
 
@@ -48,18 +37,17 @@ std::vector<std::string> HttpInbox::Requests() {
 void HttpInbox::Answer(SOCKET connection) {
     std::string request;
     char buffer[16384];
-    while (!IsWhole(request)) {
+    for (std::size_t whole = std::string::npos; request.size() < whole;) {
         const int count = recv(connection, buffer, sizeof buffer, 0);
-        if (count <= 0) {
+        if (count <= 0)
             return;
-        }
         request.append(buffer, count);
+        const std::size_t head = request.find("\r\n\r\n");
+        const std::size_t length = request.find("Content-Length: ");
+        if (head != std::string::npos && length < head)
+            whole = head + 4 + strtoul(request.c_str() + length + 16, nullptr, 10);
     }
-    {
-        const std::lock_guard guard(lock);
-        requests.push_back(request);
-    }
-    const std::string answer =
-        "HTTP/1.1 " + status + "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+    const std::lock_guard guard(lock);
+    requests.push_back(request);
     send(connection, answer.data(), static_cast<int>(answer.size()), 0);
 }

@@ -12,7 +12,7 @@
 /// the same answer. A request is there when its sender has the answer.
 class HttpInbox {
   public:
-    explicit HttpInbox(std::string status = "200 OK");
+    explicit HttpInbox(const std::string& status = "200 OK");
     ~HttpInbox();
 
     /// Head, empty line and body of each request so far.
@@ -23,7 +23,7 @@ class HttpInbox {
   private:
     void Answer(SOCKET connection);
 
-    std::string status;
+    std::string answer;
     SOCKET listener;
     std::mutex lock;
     std::vector<std::string> requests;

@@ -15,7 +15,6 @@ ImportPatch::ImportPatch(const char* library, const char* function, FARPROC repl
 }
 
 ImportPatch::~ImportPatch() {
-    if (slot != nullptr) {
+    if (slot != nullptr)
         WriteImportSlot(slot, original);
-    }
 }

@@ -3,83 +3,79 @@
 #include <strsafe.h>
 #include <string.h>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
-#include "support/EntryPoint.h"
+#include "support/Waiting.h"
 
 namespace {
 
-constexpr DWORD bound = 20000;
-
-// How a function tells its caller that it failed.
-enum class Failure { zero, minusOne, theError };
+// A function that reports its error by its result.
+constexpr DWORD theError = 0x1234;
+constexpr DWORD minusOne = ~0U;
 
 struct KnownFunction {
     const char* name;
     LONG argumentCount;
-    CallText textKind;
-    Failure failure;
+    LONG textArgument;
+    const wchar_t* textFormat;
+    DWORD failure;
 };
 
 constexpr KnownFunction knownFunctions[] = {
-    {"CopyFileW", 3, CallText::bothArguments, Failure::zero},
-    {"CreateDirectoryW", 2, CallText::firstArgument, Failure::zero},
-    {"CreateFileW", 7, CallText::firstArgument, Failure::minusOne},
-    {"CreateProcessW", 10, CallText::secondArgument, Failure::zero},
-    {"CreateThread", 6, CallText::none, Failure::zero},
-    {"CreateWindowExW", 12, CallText::none, Failure::zero},
-    {"GetTempPathW", 2, CallText::none, Failure::zero},
-    {"LoadResource", 2, CallText::none, Failure::zero},
-    {"MoveFileExW", 3, CallText::bothArguments, Failure::zero},
-    {"RegCreateKeyExW", 9, CallText::secondArgument, Failure::theError},
-    {"RegSetValueExW", 6, CallText::secondArgument, Failure::theError},
-    {"SHFileOperationW", 1, CallText::fileOperation, Failure::theError},
-    {"SHGetFolderPathW", 5, CallText::none, Failure::minusOne},
-    {"SetCurrentProcessExplicitAppUserModelID", 1, CallText::firstArgument, Failure::minusOne},
-    {"ShellExecuteExW", 1, CallText::none, Failure::zero},
-    {"Sleep", 1, CallText::firstNumber, Failure::zero},
-    {"WaitForSingleObject", 2, CallText::secondNumber, Failure::minusOne},
-    {"WriteFile", 5, CallText::none, Failure::zero},
+    {"CopyFileW", 3, 0, L"%s > %s", 0},
+    {"CreateDirectoryW", 2, 0, L"%s", 0},
+    {"CreateFileW", 7, 0, L"%s", minusOne},
+    {"CreateProcessW", 10, 1, L"%s", 0},
+    {"CreateThread", 6, 0, L"", 0},
+    {"CreateWindowExW", 12, 0, L"", 0},
+    {"GetTempPathW", 2, 0, L"", 0},
+    {"LoadResource", 2, 0, L"", 0},
+    {"MoveFileExW", 3, 0, L"%s > %s", 0},
+    {"RegCreateKeyExW", 9, 1, L"%s", theError},
+    {"RegSetValueExW", 6, 1, L"%s", theError},
+    {"SHFileOperationW", 1, fileOperation, L"", theError},
+    {"SHGetFolderPathW", 5, 0, L"", minusOne},
+    {"SetCurrentProcessExplicitAppUserModelID", 1, 0, L"%s", minusOne},
+    {"ShellExecuteExW", 1, 0, L"", 0},
+    {"Sleep", 1, 0, L"%lu", 0},
+    {"WaitForSingleObject", 2, 1, L"%lu", minusOne},
+    {"WriteFile", 5, 0, L"", 0},
 };
 
 InterceptionRow MakeRow(const CallChoice& choice) {
     InterceptionRow row{};
-    for (const KnownFunction& known : knownFunctions) {
-        if (strcmp(known.name, choice.function) == 0) {
-            row.textKind = known.textKind;
-            row.argumentCount = known.argumentCount;
-            row.result = known.failure == Failure::zero ? 0 : ~0U;
-        }
+    const auto* known = std::ranges::find_if(knownFunctions, [&](const KnownFunction& entry) {
+        return strcmp(entry.name, choice.function) == 0;
+    });
+    if (known == std::end(knownFunctions)) {
+        ADD_FAILURE() << choice.function << " is not in the table of functions";
+        return row;
     }
-    EXPECT_NE(row.argumentCount, 0) << choice.function << " is not in the table of functions";
-    StringCchCopyA(row.function, sizeof row.function, choice.function);
-    StringCchCopyW(row.text, sizeof row.text / sizeof *row.text, choice.text.c_str());
+    StringCchCopyA(row.function, std::size(row.function), choice.function);
+    StringCchCopyW(row.text, std::size(row.text), choice.text.c_str());
+    StringCchCopyW(row.textFormat, std::size(row.textFormat), known->textFormat);
+    row.textArgument = known->textArgument;
+    row.argumentCount = known->argumentCount;
+    row.result = known->failure;
     row.firstCall = choice.firstCall;
     row.lastCall =
         choice.callCount == everyCall ? everyCall : choice.firstCall + (choice.callCount - 1);
     return row;
 }
 
-bool ReturnsTheError(const char* function) {
-    for (const KnownFunction& known : knownFunctions) {
-        if (strcmp(known.name, function) == 0) {
-            return known.failure == Failure::theError;
-        }
-    }
-    return false;
-}
-
-HANDLE MakeRowEvent(const wchar_t* format, DWORD processId, LONG row) {
-    wchar_t name[80];
-    StringCchPrintfW(name, 80, format, processId, row);
-    return CreateEventW(nullptr, FALSE, FALSE, name);
-}
-
-std::wstring AgentPath() {
+// The process's first thread carries it out when the imports are bound and before it comes to the
+// program's own code. The kernel's library lies at the same address in all processes.
+bool QueueLoadOfAgent(const PROCESS_INFORMATION& suspended) {
     wchar_t path[MAX_PATH];
     GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const std::wstring own = path;
-    return own.substr(0, own.rfind(L'\\') + 1) + L"interception_agent.dll";
+    StringCchCopyW(wcsrchr(path, L'\\') + 1, 30, L"interception_agent.dll");
+    void* const copy = VirtualAllocEx(suspended.hProcess, nullptr, sizeof path,
+                                      MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    return WriteProcessMemory(suspended.hProcess, copy, path, sizeof path, nullptr) &&
+           QueueUserAPC(reinterpret_cast<PAPCFUNC>(&LoadLibraryW), suspended.hThread,
+                        reinterpret_cast<ULONG_PTR>(copy));
 }
 
 }  // namespace
@@ -87,9 +83,7 @@ std::wstring AgentPath() {
 InterceptionRow FailCall(const CallChoice& choice, DWORD error) {
     InterceptionRow row = MakeRow(choice);
     row.lastError = error;
-    if (ReturnsTheError(choice.function)) {
-        row.result = error;
-    }
+    row.result = row.result == theError ? error : row.result;
     return row;
 }
 
@@ -112,12 +106,10 @@ InterceptionRow CountCall(CallChoice choice) {
 }
 
 Interceptions::~Interceptions() {
-    for (std::size_t i = 0; i < goEvents.size(); ++i) {
-        SetEvent(goEvents[i]);
-        CloseHandle(goEvents[i]);
-        CloseHandle(reachedEvents[i]);
-    }
     if (table != nullptr) {
+        for (InterceptionRow& row : table->rows) {
+            row.released = everyCall;
+        }
         UnmapViewOfFile(table);
     }
     if (mapping != nullptr) {
@@ -135,24 +127,18 @@ bool Interceptions::Share(DWORD processId) {
         return false;
     }
     table->count = static_cast<LONG>(rows.size());
-    for (LONG i = 0; i < table->count; ++i) {
-        table->rows[i] = rows[i];
-        reachedEvents.push_back(MakeRowEvent(interceptionReachedName, processId, i));
-        goEvents.push_back(MakeRowEvent(interceptionGoName, processId, i));
-    }
+    std::ranges::copy(rows, table->rows);
     return true;
 }
 
-bool Interceptions::Attach(const PROCESS_INFORMATION& suspended) {
+void Interceptions::Attach(const PROCESS_INFORMATION& suspended) {
     process = suspended.hProcess;
-    bool done = true;
-    if (!rows.empty()) {
-        done = Share(suspended.dwProcessId) && LoadLibraryBeforeEntry(suspended, AgentPath()) &&
-               table->patched == table->count;
-        EXPECT_TRUE(done) << "the program's calls could not be intercepted";
-    }
+    const bool queued =
+        rows.empty() || (Share(suspended.dwProcessId) && QueueLoadOfAgent(suspended));
     ResumeThread(suspended.hThread);
-    return done;
+    const auto isInForce = [&] { return table->patched == table->count; };
+    EXPECT_TRUE(queued && (rows.empty() || WaitUntil(isInForce, 20000, process)))
+        << "the program's calls could not be intercepted";
 }
 
 LONG Interceptions::Calls(std::size_t index) const {
@@ -160,10 +146,10 @@ LONG Interceptions::Calls(std::size_t index) const {
 }
 
 bool Interceptions::WaitUntilHeld(std::size_t index) {
-    const HANDLE handles[] = {reachedEvents[index], process};
-    return WaitForMultipleObjects(2, handles, FALSE, bound) == WAIT_OBJECT_0;
+    const InterceptionRow& row = table->rows[index];
+    return WaitUntil([&] { return row.held > row.released; }, 20000, process);
 }
 
 void Interceptions::Release(std::size_t index) {
-    SetEvent(goEvents[index]);
+    InterlockedIncrement(&table->rows[index].released);
 }

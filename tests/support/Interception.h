@@ -26,13 +26,10 @@ struct CallChoice {
 
 /// The calls fail with this error, as the function does it by its own rules.
 InterceptionRow FailCall(const CallChoice& choice, DWORD error);
-
 /// The calls do nothing and report success: pauses that a test need not wait for.
 InterceptionRow SkipCall(const CallChoice& choice);
-
 /// The calls wait for Interceptions::Release before they are carried out.
 InterceptionRow HoldCall(const CallChoice& choice);
-
 /// The calls are counted and carried out.
 InterceptionRow CountCall(CallChoice choice);
 
@@ -43,10 +40,10 @@ class Interceptions {
     Interceptions(const Interceptions&) = delete;
     Interceptions& operator=(const Interceptions&) = delete;
 
-    /// For a 32-bit process that was created suspended: loads the agent (a library beside this
-    /// program) into it and lets it run. False, with a failure added to the test, when it could not
-    /// be done; the process is then still there. Without rows just lets the process run.
-    bool Attach(const PROCESS_INFORMATION& process);
+    /// For a 32-bit process that was created suspended: has it load the agent (a library beside
+    /// this program) and lets it run. A failure of the test when the agent is not in force; the
+    /// process is then still there. Without rows just lets the process run.
+    void Attach(const PROCESS_INFORMATION& process);
 
     /// Calls that fitted row `index` so far, those outside its range included. Valid after the end
     /// of the process too.
@@ -55,7 +52,6 @@ class Interceptions {
     /// Waits until a call of this row is held; false when the process ended before or 20 seconds
     /// went by.
     bool WaitUntilHeld(std::size_t index);
-
     /// Lets the held call go on.
     void Release(std::size_t index);
 
@@ -66,6 +62,4 @@ class Interceptions {
     HANDLE process = nullptr;
     HANDLE mapping = nullptr;
     InterceptionTable* table = nullptr;
-    std::vector<HANDLE> reachedEvents;
-    std::vector<HANDLE> goEvents;
 };

@@ -8,27 +8,20 @@
 
 namespace {
 
-// The process that runs this program; null when there is none.
-HANDLE OpenByPath(const std::wstring& program) {
+// Null when that process has started none.
+HANDLE OpenChild(HANDLE parent) {
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
-    HANDLE found = nullptr;
-    for (BOOL more = Process32FirstW(snapshot, &entry); more && found == nullptr;
+    HANDLE child = nullptr;
+    for (BOOL more = Process32FirstW(snapshot, &entry); more && child == nullptr;
          more = Process32NextW(snapshot, &entry)) {
-        const HANDLE process =
-            OpenProcess(PROCESS_QUERY_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ProcessID);
-        wchar_t path[MAX_PATH] = L"";
-        DWORD length = MAX_PATH;
-        QueryFullProcessImageNameW(process, 0, path, &length);
-        if (program == path) {
-            found = process;
-        } else {
-            CloseHandle(process);
-        }
+        if (entry.th32ParentProcessID == GetProcessId(parent))
+            child =
+                OpenProcess(PROCESS_QUERY_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ProcessID);
     }
     CloseHandle(snapshot);
-    return found;
+    return child;
 }
 
 bool IsHeld(const std::wstring& path) {
@@ -47,26 +40,25 @@ Lingering::Lingering(const std::vector<std::wstring>& programs, const std::wstri
     end = CreateEventW(nullptr, TRUE, FALSE, name.c_str());
     wchar_t own[MAX_PATH];
     GetModuleFileNameW(nullptr, own, MAX_PATH);
-    const std::wstring helper = std::wstring(own).substr(0, std::wstring(own).rfind(L'\\'));
+    const std::wstring helper = std::wstring(own, wcsrchr(own, L'\\')) + L"\\linger.exe";
     std::wstring commandLine;
     for (const std::wstring& program : programs) {
         CreateDirectoryW(program.substr(0, program.rfind(L'\\')).c_str(), nullptr);
-        EXPECT_TRUE(CopyFileW((helper + L"\\linger.exe").c_str(), program.c_str(), TRUE));
+        EXPECT_TRUE(CopyFileW(helper.c_str(), program.c_str(), TRUE));
         commandLine += commandLine.empty() ? program + L" " + name : L" " + program;
     }
     commandLine += heldFile.empty() ? L"" : L" @" + heldFile;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
+    PROCESS_INFORMATION first{};
     EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                               nullptr, &startup, &process));
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    for (const std::wstring& program : programs) {
-        HANDLE opened = nullptr;
-        EXPECT_TRUE(WaitUntil([&] { return (opened = OpenByPath(program)) != nullptr; }))
+                               nullptr, &startup, &first));
+    CloseHandle(first.hThread);
+    for (HANDLE process = first.hProcess; processes.size() < programs.size();) {
+        processes.push_back(process);
+        EXPECT_TRUE(processes.size() == programs.size() ||
+                    WaitUntil([&] { return (process = OpenChild(processes.back())) != nullptr; }))
             << "a helper did not start";
-        processes.push_back(opened);
     }
     EXPECT_TRUE(heldFile.empty() || WaitUntil([&] { return IsHeld(heldFile); }));
 }

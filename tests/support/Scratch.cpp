@@ -8,38 +8,24 @@ namespace {
 
 constexpr wchar_t registryKey[] = L"Software\\SetupTests";
 
-void MakeParents(const std::wstring& path) {
-    for (std::size_t at = path.find(L'\\', 3); at != std::wstring::npos;
-         at = path.find(L'\\', at + 1)) {
-        CreateDirectoryW(path.substr(0, at).c_str(), nullptr);
-    }
-}
-
 }  // namespace
 
 void RemoveTree(const std::wstring& path) {
     WIN32_FIND_DATAW entry;
     const HANDLE search = FindFirstFileW((path + L"\\*").c_str(), &entry);
-    if (search != INVALID_HANDLE_VALUE) {
-        do {
-            const std::wstring name = entry.cFileName;
-            const std::wstring full = path + L"\\" + name;
-            SetFileAttributesW(full.c_str(), FILE_ATTRIBUTE_NORMAL);
-            const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-            const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-            if (name == L"." || name == L"..") {
-                continue;
-            }
-            if (isFolder && !isLink) {
-                RemoveTree(full);
-            } else if (isFolder) {
-                RemoveDirectoryW(full.c_str());
-            } else {
-                DeleteFileW(full.c_str());
-            }
-        } while (FindNextFileW(search, &entry));
-        FindClose(search);
+    for (BOOL more = search != INVALID_HANDLE_VALUE; more; more = FindNextFileW(search, &entry)) {
+        const std::wstring name = entry.cFileName, full = path + L"\\" + name;
+        if (name == L"." || name == L"..")
+            continue;
+        SetFileAttributesW(full.c_str(), FILE_ATTRIBUTE_NORMAL);
+        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            DeleteFileW(full.c_str());
+        else if ((entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
+            RemoveDirectoryW(full.c_str());
+        else
+            RemoveTree(full);
     }
+    FindClose(search);
     RemoveDirectoryW(path.c_str());
 }
 
@@ -61,7 +47,8 @@ std::wstring ScratchFolder::operator/(const std::wstring& name) const {
 }
 
 void WriteFileText(const std::wstring& path, const std::string& text) {
-    MakeParents(path);
+    for (std::size_t at = 2; (at = path.find(L'\\', at + 1)) != std::wstring::npos;)
+        CreateDirectoryW(path.substr(0, at).c_str(), nullptr);
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     ASSERT_NE(file, INVALID_HANDLE_VALUE) << "cannot write, error " << GetLastError();
@@ -73,9 +60,8 @@ void WriteFileText(const std::wstring& path, const std::string& text) {
 std::string ReadFileText(const std::wstring& path) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                     nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    if (file == INVALID_HANDLE_VALUE)
         return "<missing>";
-    }
     std::string text(GetFileSize(file, nullptr), '\0');
     DWORD read = 0;
     ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &read, nullptr);
@@ -103,35 +89,24 @@ HeldOpen::~HeldOpen() {
 LogCapture::LogCapture() : start(GetLogText().size()) {}
 
 std::wstring LogCapture::Lines() const {
-    // "2026-03-09 14:05:07.042 [" stands before the level.
-    constexpr std::size_t stampLength = 25;
-    std::wstring lines;
-    const std::wstring text = GetLogText().substr(start);
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = text.find(L'\n', at);
-        std::wstring line = text.substr(at, end - at);
-        if (line.size() > stampLength && line[4] == L'-' && line[24] == L'[') {
-            line.erase(0, stampLength);
-            line.replace(line.find(L"]  ["), 4, L" ");
-            line.replace(line.find(L"] "), 2, L" ");
+    // "2026-03-09 14:05:07.042 [" stands before the level, "]  [" and "] " around the source.
+    std::wstring lines = GetLogText().substr(start);
+    std::size_t at = 0;
+    do {
+        if (lines.size() > at + 25 && lines[at + 4] == L'-' && lines[at + 24] == L'[') {
+            lines.erase(at, 25);
+            lines.replace(lines.find(L"]  [", at), 4, L" ");
+            lines.replace(lines.find(L"] ", at), 2, L" ");
         }
-        lines += line + L"\n";
-        at = end == std::wstring::npos ? text.size() : end + 1;
-    }
+    } while ((at = lines.find(L'\n', at) + 1) != 0);
     return lines;
-}
-
-bool LogCapture::Has(const std::wstring& part) const {
-    return Lines().find(part) != std::wstring::npos;
 }
 
 int LogCapture::Count(const std::wstring& part) const {
     const std::wstring lines = Lines();
     int count = 0;
-    for (std::size_t at = lines.find(part); at != std::wstring::npos;
-         at = lines.find(part, at + 1)) {
+    for (std::size_t at = 0; (at = lines.find(part, at)) != std::wstring::npos; ++at)
         ++count;
-    }
     return count;
 }
 

@@ -50,7 +50,9 @@ class LogCapture {
 
     /// Lines "LEVEL source message", without the time stamps, each ended by a line feed.
     std::wstring Lines() const;
-    bool Has(const std::wstring& part) const;
+    bool Has(const std::wstring& part) const {
+        return Count(part) != 0;
+    }
     int Count(const std::wstring& part) const;
 
   private:

@@ -8,17 +8,15 @@
 class TempVariable {
   public:
     explicit TempVariable(const std::wstring& folder) {
-        wchar_t text[1024] = L"";
-        GetEnvironmentVariableW(L"TMP", text, 1024);
-        before = text;
+        GetEnvironmentVariableW(L"TMP", before, 1024);
         SetEnvironmentVariableW(L"TMP", folder.c_str());
     }
     ~TempVariable() {
-        SetEnvironmentVariableW(L"TMP", before.empty() ? nullptr : before.c_str());
+        SetEnvironmentVariableW(L"TMP", *before == L'\0' ? nullptr : before);
     }
     TempVariable(const TempVariable&) = delete;
     TempVariable& operator=(const TempVariable&) = delete;
 
   private:
-    std::wstring before;
+    wchar_t before[1024] = L"";
 };
