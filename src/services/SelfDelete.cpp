@@ -24,15 +24,18 @@ constexpr char script[] =
 constexpr unsigned scriptLength = sizeof script - 1;
 static_assert(scriptLength == 212);
 
-// The script puts %2, which comes in quotes, into quotes once more, so that `del` sees the path
-// without any: what is special to the command processor then ends or splits it. The short form of a
-// path has none of that. Where the volume keeps no short names the long one has to do.
-void MakePlain(const wchar_t* path, wchar_t (&plain)[260]) {
-    const bool isSpecial = wcspbrk(path, L" &()[]{}^=;!'+,`") != nullptr;
-    const DWORD length = isSpecial ? GetShortPathNameW(path, plain, 260) : 0;
-    if (length == 0 || length >= 260) {
-        StringCchCopyW(plain, 260, path);
-    }
+// The script puts %2, which comes in quotes, into quotes once more, so that `del` sees it without
+// any, and what is special to the command processor ends or splits it. A file with such a path gets
+// a plain name in the script's folder first, which a program that runs can be given too. Where that
+// fails the path has to do as it is.
+const wchar_t* MakePlain(const wchar_t* path, const wchar_t* temp, wchar_t (&name)[64]) {
+    const auto id = static_cast<unsigned>(GetCurrentProcessId());
+    wchar_t moved[260];
+    const bool isMoved = wcspbrk(path, L" &()[]{}^=;!'+,`%") != nullptr &&
+                         SUCCEEDED(StringCchPrintfW(name, 64, L"lumentra.selfdel.%u.exe", id)) &&
+                         SUCCEEDED(StringCchPrintfW(moved, 260, L"%s%s", temp, name)) &&
+                         MoveFileExW(path, moved, MOVEFILE_REPLACE_EXISTING);
+    return isMoved ? name : path;
 }
 
 }  // namespace
@@ -44,11 +47,13 @@ void SelfDelete(const wchar_t* path) {
         return;
     }
     wchar_t scriptPath[260];
-    wchar_t plain[260];
+    wchar_t name[64];
     wchar_t arguments[260];
-    MakePlain(path, plain);
-    if (FAILED(StringCchPrintfW(scriptPath, 260, L"%slumentra.selfdel.cmd", temp)) ||
-        FAILED(StringCchPrintfW(arguments, 260, L"%u \"%s\" >nul 2>nul",
+    if (FAILED(StringCchPrintfW(scriptPath, 260, L"%slumentra.selfdel.cmd", temp))) {
+        return;
+    }
+    const wchar_t* plain = MakePlain(path, temp, name);
+    if (FAILED(StringCchPrintfW(arguments, 260, L"%u \"%s\" >nul 2>nul",
                                 static_cast<unsigned>(GetCurrentProcessId()), plain))) {
         return;
     }
