@@ -15,8 +15,6 @@ class Close : public Scenario {
     }
 };
 
-const Places& places = GetPlaces();
-
 // The gate in front of each stage, which has no other wait without a limit before the pin tool.
 const InterceptionRow gate = CountCall({"WaitForSingleObject", L"4294967295"});
 constexpr std::size_t gateRow = 1;
@@ -25,13 +23,11 @@ InterceptionRow HoldOnce(const char* function, const std::wstring& text) {
     return HoldCall({function, text, 1, 1});
 }
 
-struct Moment {
+const struct Moment {
     int stage;
     InterceptionRow call;
     const char* status;
-};
-
-const Moment early[] = {
+} early[] = {
     {1, HoldOnce("CreateFileW", L"quorvane-manifest.json"), "TextPreparing"},
     {2, HoldOnce("CreateFileW", L"Quorvane\\version"), "TextPreparing"},
     {3, HoldOnce("SHFileOperationW", L"delete " + places.temp + L"\\quorvane.zip"),
@@ -39,33 +35,10 @@ const Moment early[] = {
     {4, HoldOnce("CreateDirectoryW", L"Quorvane.TEMP"), "TextInstalling"},
 };
 
-const Moment late[] = {
-    {5, HoldOnce("MoveFileExW", places.extractFolder + L" > "), "TextInstalling"},
-    {6, HoldOnce("RegCreateKeyExW", L"Uninstall\\{"), "TextInstalling"},
-    {7, HoldOnce("CreateProcessW", L"syspin.exe"), "TextInstalling"},
-    {8, HoldOnce("CreateProcessW", L"--install-app"), "TextInstalling"},
-};
-
-// Empty before the window has its labels.
-std::wstring Status(HWND window) {
-    const std::vector<std::wstring> labels = LabelTexts(window);
-    return labels.empty() ? L"" : labels.back();
-}
-
-HWND WaitForStatus(const SetupRun& run, const char* status) {
-    const HWND window = WaitForWindow(run.process, windowClassName);
-    EXPECT_TRUE(WaitUntil([&] { return Status(window) == ProductText(status); }))
-        << status << " is not shown";
-    return window;
-}
-
-// Comes back when the window has dealt with it: a question would keep it busy.
-void ExpectIgnored(HWND window) {
-    DWORD_PTR answer = 0;
-    EXPECT_NE(SendMessageTimeoutW(window, WM_CLOSE, 0, 0, SMTO_NORMAL, 5000, &answer), 0);
-    EXPECT_EQ(answer, 1U);
-    EXPECT_TRUE(IsWindow(window));
-}
+const std::vector<InterceptionRow> late = {HoldOnce("MoveFileExW", places.extractFolder + L" > "),
+                                           HoldOnce("RegCreateKeyExW", L"Uninstall\\{"),
+                                           HoldOnce("CreateProcessW", L"syspin.exe"),
+                                           HoldOnce("CreateProcessW", L"--install-app")};
 
 }  // namespace
 
@@ -79,18 +52,17 @@ TEST_F(Close, BeforeTheFilesArePlacedAsksAndStopsTheOperationAtItsNextStage) {
             SetupRun run(L"", {moment.call, gate});
             ASSERT_TRUE(run.interceptions.WaitUntilHeld(0));
             EXPECT_EQ(run.interceptions.Calls(gateRow), moment.stage);
-            const HWND window = WaitForStatus(run, moment.status);
+            const HWND window = WaitForStatus(run.process, moment.status);
             PostMessageW(window, WM_CLOSE, 0, 0);
             const Box question = WaitForBox(run.process);
             EXPECT_TRUE(question.hasOwner);
-            EXPECT_EQ(question.buttons, (std::vector<int>{IDYES, IDNO}));
+            EXPECT_EQ(question.buttons, (Buttons{IDYES, IDNO}));
             // The question took the gate, and the operation comes to it and no further.
             run.interceptions.Release(0);
             EXPECT_TRUE(
                 WaitUntil([&] { return run.interceptions.Calls(gateRow) == moment.stage + 2; }));
-            EXPECT_EQ(Status(window), ProductText(moment.status));
-            run.Answer("TextConfirmCancel", button);
-            EXPECT_EQ(run.WaitForEnd(), 0);
+            EXPECT_EQ(LabelTexts(window).back(), ProductText(moment.status));
+            run.Finish({{"TextConfirmCancel", button}});
             EXPECT_TRUE(ReportHeads().empty());
             State state = TakeState();
             EXPECT_EQ(state["app\\version"], button == IDYES ? "1.0.0" : "1.2.3");
@@ -107,15 +79,14 @@ TEST_F(Close, BeforeTheFilesArePlacedAsksAndStopsTheOperationAtItsNextStage) {
 TEST_F(Close, DuringTheTransferEndsIt) {
     AddFault("/app.zip", "slow", -1);
     SetupRun run(L"");
-    const HWND window = WaitForStatus(run, "TextDownloading");
+    const HWND window = WaitForStatus(run.process, "TextDownloading");
     EXPECT_TRUE(WaitUntil([&] {
         RECT bar{};
         GetWindowRect(GetWindow(window, GW_CHILD), &bar);
         return bar.right - bar.left > 319 * 6 / 100;
     })) << "the bar does not move";
     PostMessageW(window, WM_CLOSE, 0, 0);
-    run.Answer("TextConfirmCancel", IDYES);
-    EXPECT_EQ(run.WaitForEnd(), 0);
+    run.Finish({{"TextConfirmCancel", IDYES}});
     EXPECT_TRUE(WaitUntil([] { return SeenRequests().back() == "GET /app.zip client-left"; }))
         << SeenRequests().back();
     State left = TakeState();
@@ -124,18 +95,14 @@ TEST_F(Close, DuringTheTransferEndsIt) {
 }
 
 TEST_F(Close, WhileTheFilesArePlacedIsIgnored) {
-    std::vector<InterceptionRow> calls;
-    for (const Moment& moment : late) {
-        calls.push_back(moment.call);
-    }
-    SetupRun run(L"", calls);
-    for (std::size_t i = 0; i < calls.size(); ++i) {
-        SCOPED_TRACE(late[i].stage);
+    SetupRun run(L"", late);
+    for (std::size_t i = 0; i < late.size(); ++i) {
+        SCOPED_TRACE(late[i].function);
         ASSERT_TRUE(run.interceptions.WaitUntilHeld(i));
-        ExpectIgnored(WaitForStatus(run, late[i].status));
+        ExpectCloseIgnored(WaitForStatus(run.process, "TextInstalling"));
         run.interceptions.Release(i);
     }
-    EXPECT_EQ(run.WaitForEnd(), 0);
+    run.Finish();
     EXPECT_EQ(RunningPrograms(appExeName), FiveProcessesOf(L"1.2.3"));
 }
 
@@ -143,46 +110,43 @@ TEST_F(Close, AtTheLastStageEndsTheProgramAtOnce) {
     // The worker stands in the pause at the end.
     SetupRun run(L"", {HoldCall({"Sleep", L"500"})});
     ASSERT_TRUE(run.interceptions.WaitUntilHeld(0));
-    PostMessageW(WaitForStatus(run, "TextInstalling"), WM_CLOSE, 0, 0);
-    EXPECT_EQ(run.WaitForEnd(), 0);
-    EXPECT_STATE([] {
-        State state = StateAfterInstall("1.2.3");
-        AddTree(state, "app\\1.0.0\\", SampleFolder(L"former"));
-        return state;
-    }());
+    PostMessageW(WaitForStatus(run.process, "TextInstalling"), WM_CLOSE, 0, 0);
+    run.Finish();
+    State expected = StateAfterInstall("1.2.3");
+    AddTree(expected, "app\\1.0.0\\", SampleFolder(L"former"));
+    EXPECT_STATE(expected);
 }
 
 TEST_F(Close, OfAnUninstallIsIgnored) {
-    const std::wstring copy = places.temp + L"\\Quorvane.uninstall.exe";
-    CopyFileW(GetPrepared().setup.c_str(), copy.c_str(), FALSE);
-    SetupRun run({.arguments = L"--uninstall",
-                  .interceptions = {HoldCall({"CreateProcessW", L"--uninstall-app"})},
-                  .program = copy});
+    SetupRun run(UninstallCopy({HoldCall({"CreateProcessW", L"--uninstall-app"})}));
     run.Answer("TextConfirmUninstall", IDYES);
     ASSERT_TRUE(run.interceptions.WaitUntilHeld(0));
-    ExpectIgnored(WaitForStatus(run, "TextUninstalling"));
+    ExpectCloseIgnored(WaitForStatus(run.process, "TextUninstalling"));
     run.interceptions.Release(0);
-    run.Answer("TextRemoved", IDOK);
-    EXPECT_EQ(run.WaitForEnd(), 0);
+    run.Finish({{"TextRemoved", IDOK}});
     WaitUntilNoneRuns(L"cmd.exe");
 }
 
-TEST_F(Close, SecondStartBringsTheWindowOfTheFirstForward) {
+TEST_F(Close, SecondStartBringsTheWindowOfTheFirstForwardAndChangesNothing) {
     SetupRun run(L"", {HoldOnce("CreateProcessW", L"syspin.exe")});
     ASSERT_TRUE(run.interceptions.WaitUntilHeld(0));
-    const HWND first = WaitForStatus(run, "TextInstalling");
+    const HWND first = WaitForStatus(run.process, "TextInstalling");
+    const Lines requests = SeenRequests();
+    const State during = TakeState();
     const HWND other = CreateWindowExW(0, L"STATIC", L"in front", WS_POPUP | WS_VISIBLE, 0, 0, 90,
                                        90, nullptr, nullptr, nullptr, nullptr);
-    SetForegroundWindow(other);
-    EXPECT_EQ(GetForegroundWindow(), other);
-    for (const wchar_t* arguments : {L"", L"--update"}) {
+    for (const wchar_t* arguments : {L"", L"--update", L"--console"}) {
+        SCOPED_TRACE(Narrow(arguments));
+        SetForegroundWindow(other);
+        EXPECT_EQ(GetForegroundWindow(), other);
         EXPECT_EQ(RunSetup(arguments), 0);
         EXPECT_TRUE(WaitUntil([&] { return GetForegroundWindow() == first; }));
-        SetForegroundWindow(other);
     }
     DestroyWindow(other);
+    EXPECT_STATE(during);
+    EXPECT_EQ(SeenRequests(), requests);
     EXPECT_EQ(RunningPrograms(L"setup.exe").size(), 1U);
     run.interceptions.Release(0);
-    EXPECT_EQ(run.WaitForEnd(), 0);
+    run.Finish();
     EXPECT_TRUE(ReportHeads().empty());
 }

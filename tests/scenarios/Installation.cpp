@@ -18,11 +18,6 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-struct RunningProgram {
-    DWORD processId;
-    std::wstring path;
-};
-
 std::wstring ImagePath(DWORD processId) {
     const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId);
     wchar_t path[MAX_PATH] = L"";
@@ -32,55 +27,9 @@ std::wstring ImagePath(DWORD processId) {
     return path;
 }
 
-std::vector<RunningProgram> ListPrograms() {
-    std::vector<RunningProgram> programs;
-    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Process32FirstW(snapshot, &entry); more;
-         more = Process32NextW(snapshot, &entry)) {
-        programs.push_back({entry.th32ProcessID, ImagePath(entry.th32ProcessID)});
-    }
-    CloseHandle(snapshot);
-    return programs;
-}
-
 bool IsBelow(const std::wstring& path, const std::wstring& folder) {
     return path.size() > folder.size() && path[folder.size()] == L'\\' &&
            _wcsnicmp(path.c_str(), folder.c_str(), folder.size()) == 0;
-}
-
-bool IsOfScenario(const RunningProgram& program) {
-    const std::vector<Places>& products = GetAllPlaces();
-    return program.processId != GetCurrentProcessId() &&
-           (IsBelow(program.path, GetPlaces().temp) ||
-            IsBelow(program.path, GetPrepared().folder) ||
-            std::any_of(products.begin(), products.end(),
-                        [&](const Places& product) { return IsBelow(program.path, product.app); }));
-}
-
-void EndProgram(DWORD processId) {
-    const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, processId);
-    if (process == nullptr) {
-        return;
-    }
-    TerminateProcess(process, 1);
-    EXPECT_EQ(WaitForSingleObject(process, 10000), WAIT_OBJECT_0) << "a program does not end";
-    CloseHandle(process);
-}
-
-void WriteEntry(const std::wstring& version) {
-    const std::pair<const wchar_t*, std::wstring> values[] = {
-        {L"DisplayName", L"Quorvane"},
-        {L"DisplayVersion", version},
-        {L"DisplayIcon", GetPlaces().uninstaller},
-        {L"UninstallString", GetPlaces().uninstaller},
-        {L"Publisher", L"Brontavia"},
-    };
-    for (const auto& [name, text] : values) {
-        RegSetKeyValueW(HKEY_CURRENT_USER, GetPlaces().uninstallKey.c_str(), name, REG_SZ,
-                        text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-    }
 }
 
 void WriteShortcut() {
@@ -89,13 +38,13 @@ void WriteShortcut() {
     {
         ComPtr<IShellLinkW> link;
         ComPtr<IPersistFile> file;
-        CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                         reinterpret_cast<void**>(link.GetAddressOf()));
+        CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER,
+                         IID_PPV_ARGS(link.GetAddressOf()));
         link->SetPath(places.starter.c_str());
         link->SetIconLocation(places.uninstaller.c_str(), 0);
         link->SetDescription(L"Quorvanelink");
         link->SetWorkingDirectory(places.app.c_str());
-        link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(file.GetAddressOf()));
+        link.As(&file);
         EXPECT_HRESULT_SUCCEEDED(file->Save(places.shortcut.c_str(), TRUE));
     }
     CoUninitialize();
@@ -123,7 +72,7 @@ State InstalledState(const std::string& version, const std::wstring& sample, con
     state[entry + "UninstallString"] = Narrow(places.uninstaller);
     state[entry + "Publisher"] = "Brontavia";
     state["menu\\" + Narrow(places.name) + ".lnk"] = DescribeShortcut(
-        places.starter, L"", places.uninstaller + L",0", places.name + L"link", places.app);
+        places.starter, places.uninstaller + L",0", places.name + L"link", places.app);
     return state;
 }
 
@@ -138,32 +87,37 @@ State StateAfterInstall(const std::string& version, const std::wstring& sample,
 }
 
 void CopyTree(const std::wstring& from, const std::wstring& to) {
+    ASSERT_TRUE(Exists(from)) << "no folder " << Narrow(from);
     CreateDirectoryW(to.c_str(), nullptr);
-    WIN32_FIND_DATAW entry;
-    const HANDLE search = FindFirstFileW((from + L"\\*").c_str(), &entry);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE) << "no folder " << Narrow(from);
-    do {
-        const std::wstring name = entry.cFileName;
-        const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-        if (isFolder && name != L"." && name != L"..") {
-            CopyTree(from + L"\\" + name, to + L"\\" + name);
-        } else if (!isFolder) {
-            CopyFileW((from + L"\\" + name).c_str(), (to + L"\\" + name).c_str(), FALSE);
+    for (const WIN32_FIND_DATAW& entry : ListFolder(from)) {
+        const std::wstring source = from + L"\\" + entry.cFileName;
+        const std::wstring target = to + L"\\" + entry.cFileName;
+        if (IsFolder(entry)) {
+            CopyTree(source, target);
+        } else {
+            CopyFileW(source.c_str(), target.c_str(), FALSE);
         }
-    } while (FindNextFileW(search, &entry));
-    FindClose(search);
+    }
 }
 
 void PutInstallation(const std::string& version, const std::wstring& sample) {
     const Places& places = GetPlaces();
+    const State installed = InstalledState(version, sample);
     const std::wstring source = SampleFolder(sample);
     WriteFileText(places.versionFile, version);
     CopyTree(source, places.app + L"\\" + Widen(version));
     CopyFileW((source + L"\\QuorvaneStarter.exe").c_str(), places.starter.c_str(), FALSE);
     CopyFileW((source + L"\\uninstall.exe").c_str(), places.uninstaller.c_str(), FALSE);
-    WriteEntry(Widen(version));
+    for (const auto& [place, content] : installed) {
+        if (place.starts_with("entry\\") && place != "entry\\") {
+            const std::wstring text = Widen(content);
+            RegSetKeyValueW(HKEY_CURRENT_USER, places.uninstallKey.c_str(),
+                            Widen(place.substr(6)).c_str(), REG_SZ, text.c_str(),
+                            static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+        }
+    }
     WriteShortcut();
-    ASSERT_EQ(Differences(InstalledState(version, sample), TakeState()), "");
+    ASSERT_EQ(Differences(installed, TakeState()), "");
 }
 
 std::vector<std::string> StarterCalls() {
@@ -176,13 +130,25 @@ std::vector<std::string> StarterCalls() {
     return calls;
 }
 
+std::vector<RunningProgram> ListPrograms(const std::wstring& exeName) {
+    std::vector<RunningProgram> programs;
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(snapshot, &entry); more;
+         more = Process32NextW(snapshot, &entry)) {
+        if (exeName.empty() || lstrcmpiW(entry.szExeFile, exeName.c_str()) == 0) {
+            programs.push_back({entry.th32ProcessID, ImagePath(entry.th32ProcessID)});
+        }
+    }
+    CloseHandle(snapshot);
+    return programs;
+}
+
 std::vector<std::wstring> RunningPrograms(const std::wstring& exeName) {
     std::vector<std::wstring> paths;
-    for (const RunningProgram& program : ListPrograms()) {
-        if (_wcsicmp(program.path.substr(program.path.rfind(L'\\') + 1).c_str(), exeName.c_str()) ==
-            0) {
-            paths.push_back(program.path);
-        }
+    for (const RunningProgram& program : ListPrograms(exeName)) {
+        paths.push_back(program.path);
     }
     return paths;
 }
@@ -203,9 +169,28 @@ std::vector<std::wstring> FiveProcessesOf(const std::wstring& version) {
 }
 
 void EndPrograms() {
-    for (const RunningProgram& program : ListPrograms()) {
-        if (IsOfScenario(program)) {
-            EndProgram(program.processId);
+    std::vector<std::wstring> folders = {GetPlaces().temp, GetPrepared().folder};
+    for (const Places& product : GetAllPlaces()) {
+        folders.push_back(product.app);
+    }
+    // Again while there were some, since they may have started others meanwhile.
+    bool wereSome = true;
+    for (int round = 0; wereSome && round < 10; ++round) {
+        wereSome = false;
+        for (const RunningProgram& program : ListPrograms()) {
+            const bool isOfScenario = std::ranges::any_of(
+                folders, [&](const std::wstring& folder) { return IsBelow(program.path, folder); });
+            if (!isOfScenario || program.processId == GetCurrentProcessId()) {
+                continue;
+            }
+            wereSome = true;
+            const HANDLE process =
+                OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, program.processId);
+            TerminateProcess(process, 1);
+            if (process != nullptr) {
+                EXPECT_EQ(WaitForSingleObject(process, 10000), WAIT_OBJECT_0) << "it does not end";
+            }
+            CloseHandle(process);
         }
     }
 }

@@ -29,6 +29,14 @@ void CopyTree(const std::wstring& from, const std::wstring& to);
 /// Command lines with which the starter was started, as it recorded them, the oldest first.
 std::vector<std::string> StarterCalls();
 
+struct RunningProgram {
+    DWORD processId;
+    std::wstring path;
+};
+
+/// All that run, or those with this file name.
+std::vector<RunningProgram> ListPrograms(const std::wstring& exeName = L"");
+
 /// Full paths of the running programs with this file name.
 std::vector<std::wstring> RunningPrograms(const std::wstring& exeName);
 

@@ -3,9 +3,9 @@
 #include "scenarios/OtherProgram.h"
 #include "scenarios/Scenario.h"
 
-namespace {
+using Language = Scenario;
 
-class Language : public Scenario {};
+namespace {
 
 constexpr std::pair<const char*, const char*> languages[] = {
     {"ru_RU", "ru"}, {"en_US", "en"}, {"tr_TR", "tr"}, {"pt_BR", "pt"}, {"pt_PT", "pt"},
@@ -35,21 +35,12 @@ TEST_F(Language, OfTheUserIsThatOfTheWindowAndItsQuestion) {
         SCOPED_TRACE(locale);
         StartIn(locale);
         OtherProgram run(L"setup.exe");
-        const HWND window = WaitForWindow(run.process, windowClassName);
         const auto text = [&](const char* name) { return Narrow(ProductText(name, language)); };
-        const auto label = [&](std::size_t index) {
-            const std::vector<std::wstring> labels = LabelTexts(window);
-            return labels.size() == 3 ? Narrow(labels[index]) : "";
-        };
-        EXPECT_TRUE(WaitUntil([&] { return label(2) == text("TextDownloading"); })) << label(2);
-        EXPECT_EQ(label(1), text("TextProductName"));
+        const HWND window = WaitForStatus(run.process, "TextDownloading", language);
+        EXPECT_EQ(Narrow(LabelTexts(window).at(1)), text("TextProductName"));
         EXPECT_EQ(Narrow(WindowText(window)), text("TextTitle"));
         PostMessageW(window, WM_CLOSE, 0, 0);
-        const Box question = WaitForBox(run.process);
-        EXPECT_EQ(Narrow(question.caption), text("TextTitle"));
-        ASSERT_FALSE(question.texts.empty());
-        EXPECT_EQ(Narrow(question.texts.back()), text("TextConfirmCancel"));
-        EXPECT_TRUE(PressButton(question, IDYES));
-        EXPECT_EQ(run.WaitForEnd(), 0);
+        AnswerBox(run.process, "TextConfirmCancel", IDYES, language);
+        run.Finish();
     }
 }

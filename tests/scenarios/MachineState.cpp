@@ -3,10 +3,10 @@
 #include <windows.h>
 #include <objbase.h>
 #include <shlobj.h>
-#include <stdint.h>
 #include <wrl/client.h>
 
 #include <algorithm>
+#include <functional>
 
 #include "scenarios/Prepared.h"
 #include "support/Scratch.h"
@@ -15,29 +15,17 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-bool IsPlainText(const std::string& content) {
-    return content.size() <= 400 && std::all_of(content.begin(), content.end(), [](char c) {
-               return static_cast<unsigned char>(c) >= ' ' || c == '\n';
-           });
-}
-
 std::string Checksum(const std::string& content) {
-    // FNV-1a with its published constants.
-    uint64_t sum = 14695981039346656037ULL;
-    for (const char c : content) {
-        sum = (sum ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
-    }
-    return std::to_string(content.size()) + " bytes, sum " + std::to_string(sum);
+    return std::to_string(content.size()) + " bytes, hash " +
+           std::to_string(std::hash<std::string>()(content));
 }
 
 std::string ReadShortcut(const std::wstring& path) {
     ComPtr<IShellLinkW> link;
     ComPtr<IPersistFile> file;
-    if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                                reinterpret_cast<void**>(link.GetAddressOf()))) ||
-        FAILED(link->QueryInterface(IID_IPersistFile,
-                                    reinterpret_cast<void**>(file.GetAddressOf()))) ||
-        FAILED(file->Load(path.c_str(), STGM_READ))) {
+    if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER,
+                                IID_PPV_ARGS(link.GetAddressOf()))) ||
+        FAILED(link.As(&file)) || FAILED(file->Load(path.c_str(), STGM_READ))) {
         return "unreadable shortcut";
     }
     wchar_t target[MAX_PATH], arguments[MAX_PATH], icon[MAX_PATH], description[MAX_PATH],
@@ -48,33 +36,20 @@ std::string ReadShortcut(const std::wstring& path) {
     link->GetIconLocation(icon, MAX_PATH, &iconIndex);
     link->GetDescription(description, MAX_PATH);
     link->GetWorkingDirectory(folder, MAX_PATH);
-    return DescribeShortcut(target, arguments, icon + (L"," + std::to_wstring(iconIndex)),
-                            description, folder);
+    return DescribeShortcut(target, icon + (L"," + std::to_wstring(iconIndex)), description, folder,
+                            arguments);
 }
 
-std::string DescribeValue(DWORD type, std::wstring data) {
-    // The data are stored without a terminator; the system may add one.
-    if (!data.empty() && data.back() == L'\0') {
-        data.pop_back();
+std::string DescribeValue(DWORD type, const std::string& bytes) {
+    if (type != REG_SZ) {
+        return "type " + std::to_string(type) + ", " + Checksum(bytes);
     }
-    return (type == REG_SZ ? "" : "type " + std::to_string(type) + ": ") + Narrow(data);
-}
-
-void AddKey(State& state, const std::string& place, const std::wstring& path) {
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
-        return;
+    // The text is stored without a terminator; the system may add one.
+    std::wstring text(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2);
+    if (text.ends_with(L'\0')) {
+        text.pop_back();
     }
-    state[place] = "key";
-    wchar_t name[100], data[400];
-    DWORD nameLength = 100, type = 0, size = sizeof data;
-    for (DWORD i = 0; RegEnumValueW(key, i, name, &nameLength, nullptr, &type,
-                                    reinterpret_cast<BYTE*>(data), &size) == ERROR_SUCCESS;
-         ++i, nameLength = 100, size = sizeof data) {
-        state[place + Narrow(name)] =
-            DescribeValue(type, std::wstring(data, size / sizeof(wchar_t)));
-    }
-    RegCloseKey(key);
+    return Narrow(text);
 }
 
 }  // namespace
@@ -90,38 +65,68 @@ std::string DescribeFile(const std::wstring& path) {
         return sampleRecord;
     }
     const std::string content = ReadFileText(path);
-    return IsPlainText(content) ? content : Checksum(content);
+    if (content.size() <= 400 &&
+        std::ranges::all_of(content, [](BYTE c) { return c >= ' ' || c == '\n'; })) {
+        return content;
+    }
+    return Checksum(content);
 }
 
-std::string DescribeShortcut(const std::wstring& target, const std::wstring& arguments,
-                             const std::wstring& icon, const std::wstring& description,
-                             const std::wstring& workingFolder) {
+std::string DescribeShortcut(const std::wstring& target, const std::wstring& icon,
+                             const std::wstring& description, const std::wstring& workingFolder,
+                             const std::wstring& arguments) {
     return Narrow(L"target " + target + L", arguments [" + arguments + L"], icon " + icon +
                   L", description " + description + L", folder " + workingFolder);
 }
 
+std::vector<WIN32_FIND_DATAW> ListFolder(const std::wstring& folder) {
+    std::vector<WIN32_FIND_DATAW> entries;
+    WIN32_FIND_DATAW entry;
+    const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &entry);
+    for (BOOL more = search != INVALID_HANDLE_VALUE; more; more = FindNextFileW(search, &entry)) {
+        const std::wstring name = entry.cFileName;
+        if (name != L"." && name != L"..") {
+            entries.push_back(entry);
+        }
+    }
+    FindClose(search);
+    return entries;
+}
+
 void AddTree(State& state, const std::string& place, const std::wstring& folder) {
-    if ((GetFileAttributesW(folder.c_str()) & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        // A file that stands where a folder is expected.
+    const DWORD attributes = GetFileAttributesW(folder.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        return;
+    }
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
         state[place.substr(0, place.size() - 1)] = DescribeFile(folder);
         return;
     }
-    WIN32_FIND_DATAW entry;
-    const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &entry);
-    if (search == INVALID_HANDLE_VALUE) {
+    state[place] = folderMark;
+    for (const WIN32_FIND_DATAW& entry : ListFolder(folder)) {
+        AddTree(state, place + Narrow(entry.cFileName) + "\\", folder + L"\\" + entry.cFileName);
+    }
+}
+
+void AddKeys(State& state, const std::string& place, HKEY parent, const std::wstring& path) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(parent, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
         return;
     }
-    state[place] = folderMark;
-    do {
-        const std::wstring name = entry.cFileName;
-        const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-        if (isFolder && name != L"." && name != L"..") {
-            AddTree(state, place + Narrow(name) + "\\", folder + L"\\" + name);
-        } else if (!isFolder) {
-            state[place + Narrow(name)] = DescribeFile(folder + L"\\" + name);
-        }
-    } while (FindNextFileW(search, &entry));
-    FindClose(search);
+    state[place] = "key";
+    wchar_t name[16384];
+    DWORD length = 16384, type = 0, size = 0;
+    for (DWORD i = 0;
+         RegEnumValueW(key, i, name, &length, nullptr, &type, nullptr, &size) == ERROR_SUCCESS;
+         ++i, length = 16384) {
+        std::string data(size, '\0');
+        RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size);
+        state[place + Narrow(name)] = DescribeValue(type, data);
+    }
+    for (DWORD i = 0; RegEnumKeyW(key, i, name, 16384) == ERROR_SUCCESS; ++i) {
+        AddKeys(state, place + Narrow(name) + "\\", key, name);
+    }
+    RegCloseKey(key);
 }
 
 State TakeState() {
@@ -133,7 +138,7 @@ State TakeState() {
     for (const Places& product : GetAllPlaces()) {
         AddTree(state, product.mark + "app\\", product.app);
         AddTree(state, product.mark + "roaming\\", product.roaming);
-        AddKey(state, product.mark + "entry\\", product.uninstallKey);
+        AddKeys(state, product.mark + "entry\\", HKEY_CURRENT_USER, product.uninstallKey);
     }
     // Always there; what they hold counts.
     state.erase("menu\\");
@@ -162,4 +167,13 @@ std::string Differences(const State& expected, const State& actual) {
 
 void Drop(State& state, const std::string& place) {
     std::erase_if(state, [&](const auto& entry) { return entry.first.starts_with(place); });
+}
+
+State WithReport(State state) {
+    state[savedReportPlace] = savedReport;
+    return state;
+}
+
+void AddUnpacked(State& state) {
+    AddTree(state, "temp\\Quorvane.TEMP\\", SampleFolder(L"full"));
 }

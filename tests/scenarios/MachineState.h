@@ -3,8 +3,11 @@
 /// What the product can change on the machine, as one table of plain texts: a scenario takes it
 /// before and after, or composes what is expected, and compares.
 
+#include <windows.h>
+
 #include <map>
 #include <string>
+#include <vector>
 
 /// Where an entry lies -> what it holds. The places begin with
 ///   app\ roaming\ menu\ temp\   the folders of `Places`; a folder's own entry ends in a backslash
@@ -25,16 +28,32 @@ State TakeState();
 /// nothing when the folder is missing.
 void AddTree(State& state, const std::string& place, const std::wstring& folder);
 
+/// Adds a key's values and the keys below it, likewise.
+void AddKeys(State& state, const std::string& place, HKEY parent, const std::wstring& path);
+
+/// The entries of a folder; none when it is missing.
+std::vector<WIN32_FIND_DATAW> ListFolder(const std::wstring& folder);
+
+inline bool IsFolder(const WIN32_FIND_DATAW& entry) {
+    return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 /// What a file's entry holds.
 std::string DescribeFile(const std::wstring& path);
 
 /// What a shortcut's entry holds.
-std::string DescribeShortcut(const std::wstring& target, const std::wstring& arguments,
-                             const std::wstring& icon, const std::wstring& description,
-                             const std::wstring& workingFolder);
+std::string DescribeShortcut(const std::wstring& target, const std::wstring& icon,
+                             const std::wstring& description, const std::wstring& workingFolder,
+                             const std::wstring& arguments = L"");
 
 /// Empty when they are equal; otherwise a line for each entry: "missing", "extra" or "differs".
 std::string Differences(const State& expected, const State& actual);
 
 /// Removes the entries whose place begins so.
 void Drop(State& state, const std::string& place);
+
+/// The same machine after a report was sent.
+State WithReport(State state);
+
+/// Adds what was unpacked of the archive and not put in place.
+void AddUnpacked(State& state);

@@ -1,58 +1,24 @@
 #include "scenarios/OtherProgram.h"
 
-#include <tlhelp32.h>
 #include <winternl.h>
 
 #include <gtest/gtest.h>
 
 #include "scenarios/Installation.h"
 #include "scenarios/Prepared.h"
-#include "scenarios/SetupRun.h"
 #include "support/Waiting.h"
-
-namespace {
-
-constexpr DWORD endBound = 60000;
-
-DWORD FindProcess(const std::wstring& exeName, DWORD except) {
-    DWORD found = 0;
-    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Process32FirstW(snapshot, &entry); more;
-         more = Process32NextW(snapshot, &entry)) {
-        if (lstrcmpiW(entry.szExeFile, exeName.c_str()) == 0 && entry.th32ProcessID != except) {
-            found = entry.th32ProcessID;
-        }
-    }
-    CloseHandle(snapshot);
-    return found;
-}
-
-}  // namespace
 
 OtherProgram::OtherProgram(const std::wstring& exeName, DWORD except) {
     EXPECT_TRUE(WaitUntil([&] {
-        processId = FindProcess(exeName, except);
-        process = processId == 0 ? nullptr : OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId);
+        for (const RunningProgram& program : ListPrograms(exeName)) {
+            if (program.processId != except) {
+                processId = program.processId;
+                process = OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId);
+            }
+        }
         return process != nullptr;
     })) << "no other "
         << Narrow(exeName) << " runs";
-}
-
-OtherProgram::~OtherProgram() {
-    CloseHandle(process);
-}
-
-int OtherProgram::WaitForEnd() {
-    DWORD exitCode = ~0U;
-    EXPECT_EQ(WaitForSingleObject(process, endBound), WAIT_OBJECT_0) << "it does not end";
-    GetExitCodeProcess(process, &exitCode);
-    return static_cast<int>(exitCode);
-}
-
-void OtherProgram::Answer(const char* text, int button) {
-    AnswerBox(process, text, button);
 }
 
 std::wstring OtherProgram::CommandLine() const {

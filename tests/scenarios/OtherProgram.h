@@ -6,27 +6,19 @@
 
 #include <string>
 
-class OtherProgram {
+#include "scenarios/SetupRun.h"
+
+class OtherProgram : public ScenarioProcess {
   public:
     /// Waits for a running program with this file name, other than the given process; a failure of
     /// the test when none comes.
     explicit OtherProgram(const std::wstring& exeName, DWORD except = 0);
-    ~OtherProgram();
-    OtherProgram(const OtherProgram&) = delete;
-    OtherProgram& operator=(const OtherProgram&) = delete;
-
-    /// As of SetupRun.
-    int WaitForEnd();
-    void Answer(const char* text, int button);
 
     /// As it was started with.
     std::wstring CommandLine() const;
 
     /// It has a handle of that process open, as one that waits for its end.
     bool HasHandleOf(DWORD otherId) const;
-
-    HANDLE process = nullptr;
-    DWORD processId = 0;
 };
 
 /// Waits until no program with this file name runs; a failure of the test when one stays.

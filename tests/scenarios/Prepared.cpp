@@ -2,6 +2,7 @@
 
 #include <windows.h>
 #include <shlobj.h>
+#include <stdlib.h>
 
 #include <algorithm>
 
@@ -12,12 +13,6 @@
 namespace {
 
 using Json = nlohmann::json;
-
-std::wstring Variable(const wchar_t* name) {
-    wchar_t value[MAX_PATH];
-    const DWORD length = GetEnvironmentVariableW(name, value, MAX_PATH);
-    return length < MAX_PATH ? std::wstring(value, length) : std::wstring();
-}
 
 std::wstring KnownFolder(int folder) {
     wchar_t path[MAX_PATH] = L"";
@@ -33,14 +28,14 @@ std::wstring TempFolder() {
 
 Prepared ReadPreparation() {
     // A path of the machine itself is drive Z: of the prefix.
-    std::wstring folder = L"Z:" + Variable(L"SCENARIOS_FOLDER");
+    std::wstring folder = std::wstring(L"Z:") + _wgetenv(L"SCENARIOS_FOLDER");
     std::replace(folder.begin(), folder.end(), L'/', L'\\');
     return {folder,
             folder + L"\\setup.exe",
             folder + L"\\offline.exe",
             folder + L"\\secure.exe",
-            _wtoi(Variable(L"SCENARIOS_PORT").c_str()),
-            _wtoi(Variable(L"SCENARIOS_HTTPS_PORT").c_str())};
+            _wtoi(_wgetenv(L"SCENARIOS_PORT")),
+            _wtoi(_wgetenv(L"SCENARIOS_HTTPS_PORT"))};
 }
 
 struct Product {
@@ -48,24 +43,20 @@ struct Product {
     Json texts;
 };
 
-// Of a product's folder in the scenarios' folder; null when it is not there.
-Product ReadProduct(const wchar_t* name) {
-    const std::wstring folder = GetPrepared().folder + L"\\" + name;
-    if (!Exists(folder)) {
-        return {};
-    }
-    return {Json::parse(ReadFileText(folder + L"\\product.json")),
-            Json::parse(ReadFileText(folder + L"\\texts.json"))};
-}
-
-const Product& FirstProduct() {
-    static const Product product = ReadProduct(L"product");
-    return product;
-}
-
-const Product& SecondProduct() {
-    static const Product product = ReadProduct(L"second-product");
-    return product;
+// The product, and behind it the second one where the run has made it.
+const std::vector<Product>& Products() {
+    static const std::vector<Product> products = [] {
+        std::vector<Product> found;
+        for (const wchar_t* name : {L"\\product\\", L"\\second-product\\"}) {
+            const std::wstring folder = GetPrepared().folder + name;
+            if (Exists(folder + L"product.json")) {
+                found.push_back({Json::parse(ReadFileText(folder + L"product.json")),
+                                 Json::parse(ReadFileText(folder + L"texts.json"))});
+            }
+        }
+        return found;
+    }();
+    return products;
 }
 
 Places FindPlaces(const std::string& mark, const Product& product) {
@@ -83,6 +74,7 @@ Places FindPlaces(const std::string& mark, const Product& product) {
     places.uninstaller = places.app + L"\\uninstall.exe";
     places.versionFile = places.app + L"\\version";
     places.extractFolder = places.temp + L"\\" + places.name + L".TEMP";
+    places.uninstallCopy = places.temp + L"\\" + places.name + L".uninstall.exe";
     return places;
 }
 
@@ -108,9 +100,9 @@ std::wstring SampleFolder(const std::wstring& name) {
 
 const std::vector<Places>& GetAllPlaces() {
     static const std::vector<Places> all = [] {
-        std::vector<Places> found = {FindPlaces("", FirstProduct())};
-        if (!SecondProduct().identity.is_null()) {
-            found.push_back(FindPlaces("second ", SecondProduct()));
+        std::vector<Places> found;
+        for (const Product& product : Products()) {
+            found.push_back(FindPlaces(found.empty() ? "" : "second ", product));
         }
         return found;
     }();
@@ -122,11 +114,11 @@ const Places& GetPlaces() {
 }
 
 std::wstring ProductText(const char* name, const char* language) {
-    return TextOf(FirstProduct(), name, language);
+    return TextOf(Products()[0], name, language);
 }
 
 std::wstring SecondProductText(const char* name) {
-    return TextOf(SecondProduct(), name, "en");
+    return TextOf(Products().at(1), name, "en");
 }
 
 std::string Narrow(const std::wstring& text) {

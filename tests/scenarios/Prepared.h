@@ -35,6 +35,7 @@ struct Places {
     std::wstring uninstaller;
     std::wstring versionFile;
     std::wstring extractFolder;
+    std::wstring uninstallCopy;  // of the uninstaller, which does the work
 };
 
 /// Those of the product, and behind them those of the second product where the run has made one.

@@ -4,152 +4,109 @@
 
 #include "scenarios/Scenario.h"
 
+// Failures after the new version's folder is in place.
+using Rollback = Scenario;
+
 namespace {
 
-// Failures after the new version's folder is in place.
-class Rollback : public Scenario {};
-
-const Places& places = GetPlaces();
 const State full = InstalledState("1.2.3");
+const std::wstring files = places.temp + L"\\new-files";
 
-struct Former {
-    const char* installed;  // null: nothing
-    bool asks;
+constexpr DWORD diskFull = ERROR_DISK_FULL, denied = ERROR_ACCESS_DENIED;
+
+struct Fault {
+    std::wstring held;  // in use; the version file, which is read before, is read-only
+    InterceptionRow row;
+    std::string error;
+    std::vector<const char*> written;  // what the run has put in place by then and leaves
 };
-constexpr Former formers[] = {{nullptr, false}, {"1.0.0", false}, {"1.2.3", true}};
 
-// Makes the former state, which is also what the failed run is to bring back.
-State Arrange(const Former& former) {
-    WipeMachine();
-    ResetServer();
-    PublishVersion("1.2.3");
-    if (former.installed != nullptr) {
-        PutInstallation(former.installed);
-    }
-    return TakeState();
+std::string CopyError(const wchar_t* name) {
+    return "Ошибка копирования файлов в каталог программы : " +
+           Narrow(places.app + L"\\1.2.3\\" + name + L" : " + places.app + L"\\" + name);
 }
 
-std::string RunFailing(const Former& former, const std::vector<InterceptionRow>& interceptions) {
-    std::vector<BoxAnswer> answers = {{"TextInstallFailed", IDOK}};
-    if (former.asks) {
-        answers.insert(answers.begin(), {"TextUpToDateContinue", IDOK});
-    }
-    return RunInWindow({.interceptions = interceptions}, answers);
+constexpr char entryError[] = "Ошибка операций работы с реестром Windows";
+const std::string versionError =
+    "Ошибка сохранения текущей версии приложения : " + Narrow(places.versionFile);
+constexpr char starter[] = "app\\QuorvaneStarter.exe", uninstaller[] = "app\\uninstall.exe";
+
+const Fault faults[] = {
+    {places.starter, {}, CopyError(L"QuorvaneStarter.exe"), {}},
+    {places.uninstaller, {}, CopyError(L"uninstall.exe"), {starter}},
+    {places.versionFile, {}, versionError, {starter, uninstaller}},
+    {L"", FailCall({"WriteFile", L"", 1, 1}, diskFull), versionError, {starter, uninstaller}},
+    {L"", FailCall({"RegCreateKeyExW", L"{"}, denied), entryError, {starter, uninstaller}},
+    {L"",
+     FailCall({"RegSetValueExW", L"Publisher"}, diskFull),
+     entryError,
+     {starter, uninstaller, "entry\\", "entry\\DisplayName", "entry\\DisplayVersion",
+      "entry\\DisplayIcon", "entry\\UninstallString"}},
+};
+
+std::string Head(bool isUpdate, const Fault& fault) {
+    const char* const stages[] = {
+        "Установка : Установка файлов... : ", "Обновление : Установка приложения... : ",
+        "Установка : Регистрация Lumentra в реестре... : ",
+        "Обновление : Обновление ключей реестра... : "};
+    return stages[(fault.error == entryError ? 2 : 0) + isUpdate] + fault.error;
 }
 
 // The new folder stays unless it took the place of another one.
-void KeepNewFolder(State& expected, const Former& former) {
+State AfterRollback(const std::string& installed, const Fault& fault) {
+    State expected = WithReport(TakeState());
     expected["app\\"] = folderMark;
-    if (!former.asks) {
+    if (installed != "1.2.3") {
         AddTree(expected, "app\\1.2.3\\", SampleFolder(L"full"));
     }
+    for (const char* place : fault.written) {
+        expected[place] = full.at(place);
+    }
+    return expected;
 }
 
-void KeepPrograms(State& expected) {
-    expected["app\\QuorvaneStarter.exe"] = full.at("app\\QuorvaneStarter.exe");
-    expected["app\\uninstall.exe"] = full.at("app\\uninstall.exe");
-}
-
-std::string Trace(const Former& former) {
-    return former.installed == nullptr ? "nothing installed" : former.installed;
-}
-
-std::string CopyFailure(const wchar_t* name) {
-    return "Установка : Установка файлов... : Ошибка копирования файлов в каталог программы : " +
-           Narrow(places.app + L"\\1.2.3\\" + name + L" : " + places.app + L"\\" + name);
+void RunWithFault(const std::string& installed, bool isUpdate, const Fault& fault) {
+    std::unique_ptr<HeldOpen> held;
+    SetupCall call = {.interceptions = {SkipCall({"Sleep", L"100"})}};
+    if (fault.held.empty()) {
+        call.interceptions.push_back(fault.row);
+    } else if (fault.held == places.versionFile) {
+        SetFileAttributesW(places.versionFile.c_str(), FILE_ATTRIBUTE_READONLY);
+    } else {
+        held = std::make_unique<HeldOpen>(fault.held);
+    }
+    std::vector<BoxAnswer> boxes;
+    if (isUpdate) {
+        CopyTree(SampleFolder(L"full"), files);
+        call.arguments = L"--update " + files;
+    } else if (installed == "1.2.3") {
+        boxes = {{"TextUpToDateContinue", IDOK}, {"TextInstallFailed", IDOK}};
+    } else {
+        boxes = {{"TextInstallFailed", IDOK}};
+    }
+    EXPECT_EQ(RunInWindow(call, boxes), Head(isUpdate, fault));
 }
 
 }  // namespace
 
-TEST_F(Rollback, WhenTheStarterIsInUse) {
-    for (const Former& former : {formers[1], formers[2]}) {
-        SCOPED_TRACE(Trace(former));
-        State expected = Arrange(former);
-        auto held = std::make_unique<HeldOpen>(places.starter);
-        EXPECT_EQ(RunFailing(former, {SkipCall({"Sleep", L"100"})}),
-                  CopyFailure(L"QuorvaneStarter.exe"));
-        held.reset();
-        KeepNewFolder(expected, former);
-        expected[savedReportPlace] = savedReport;
-        EXPECT_STATE(expected);
-    }
-}
-
-TEST_F(Rollback, WhenTheUninstallerIsInUse) {
-    for (const Former& former : {formers[1], formers[2]}) {
-        SCOPED_TRACE(Trace(former));
-        State expected = Arrange(former);
-        WriteFileText(places.starter, "the starter of another version");
-        auto held = std::make_unique<HeldOpen>(places.uninstaller);
-        EXPECT_EQ(RunFailing(former, {SkipCall({"Sleep", L"100"})}), CopyFailure(L"uninstall.exe"));
-        held.reset();
-        KeepNewFolder(expected, former);
-        // Already replaced.
-        expected["app\\QuorvaneStarter.exe"] = full.at("app\\QuorvaneStarter.exe");
-        expected[savedReportPlace] = savedReport;
-        EXPECT_STATE(expected);
-    }
-}
-
-TEST_F(Rollback, WhenTheVersionFileCannotBeWritten) {
-    for (const Former& former : formers) {
-        SCOPED_TRACE(Trace(former));
-        State expected = Arrange(former);
-        // A read-only file can be read and not replaced; where there is none, the call fails.
-        std::vector<InterceptionRow> interceptions;
-        if (former.installed != nullptr) {
-            SetFileAttributesW(places.versionFile.c_str(), FILE_ATTRIBUTE_READONLY);
-        } else {
-            interceptions = {FailCall({"CreateFileW", L"Quorvane\\version"}, ERROR_DISK_FULL)};
-        }
-        EXPECT_EQ(RunFailing(former, interceptions),
-                  "Установка : Установка файлов... : Ошибка сохранения текущей версии "
-                  "приложения : " +
-                      Narrow(places.versionFile));
-        KeepNewFolder(expected, former);
-        KeepPrograms(expected);
-        expected[savedReportPlace] = savedReport;
-        EXPECT_STATE(expected);
-    }
-}
-
-TEST_F(Rollback, WhenTheDiskIsFullForTheVersionFile) {
-    const Former former = formers[1];
-    State expected = Arrange(former);
-    EXPECT_EQ(RunFailing(former, {FailCall({"WriteFile", L"", 1, 1}, ERROR_DISK_FULL)}),
-              "Установка : Установка файлов... : Ошибка сохранения текущей версии приложения : " +
-                  Narrow(places.versionFile));
-    KeepNewFolder(expected, former);
-    KeepPrograms(expected);
-    expected[savedReportPlace] = savedReport;
-    EXPECT_STATE(expected);
-}
-
-// What the entry had got so far stays; everything else is as before the run.
-TEST_F(Rollback, WhenTheUninstallEntryCannotBeWritten) {
-    const struct {
-        InterceptionRow fault;
-        std::vector<const char*> written;
-    } cases[] = {
-        {FailCall({"RegCreateKeyExW", L"Uninstall\\{"}, ERROR_ACCESS_DENIED), {}},
-        {FailCall({"RegSetValueExW", L"DisplayName"}, ERROR_DISK_FULL), {"entry\\"}},
-        {FailCall({"RegSetValueExW", L"Publisher"}, ERROR_DISK_FULL),
-         {"entry\\", "entry\\DisplayName", "entry\\DisplayVersion", "entry\\DisplayIcon",
-          "entry\\UninstallString"}},
-    };
-    for (const Former& former : formers) {
-        for (const auto& [fault, written] : cases) {
-            SCOPED_TRACE(Trace(former) + ", " + fault.function);
-            State expected = Arrange(former);
-            EXPECT_EQ(RunFailing(former, {fault}),
-                      "Установка : Регистрация Lumentra в реестре... : Ошибка операций работы с "
-                      "реестром Windows");
-            KeepNewFolder(expected, former);
-            KeepPrograms(expected);
-            for (const char* place : written) {
-                expected[place] = full.at(place);
+TEST_F(Rollback, BringsTheFormerFolderAndVersionBack) {
+    const std::pair<const char*, bool> runs[] = {
+        {"", false}, {"1.0.0", false}, {"1.2.3", false}, {"1.0.0", true}, {"1.2.3", true}};
+    for (const auto& [installed, isUpdate] : runs) {
+        for (const Fault& fault : faults) {
+            if (*installed == '\0' && !fault.held.empty()) {
+                continue;
             }
-            expected[savedReportPlace] = savedReport;
+            SCOPED_TRACE(installed + (" " + Head(isUpdate, fault)));
+            SetUp();
+            PublishVersion("1.2.3");
+            if (*installed != '\0') {
+                PutInstallation(installed);
+                WriteFileText(places.starter, "the starter of another version");
+                WriteFileText(places.uninstaller, "the uninstaller of another version");
+            }
+            const State expected = AfterRollback(installed, fault);
+            RunWithFault(installed, isUpdate, fault);
             EXPECT_STATE(expected);
             EXPECT_TRUE(RunningPrograms(appExeName).empty());
         }

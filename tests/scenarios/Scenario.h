@@ -15,9 +15,13 @@
 #include "support/Waiting.h"
 
 using Lines = std::vector<std::string>;
+using Buttons = std::vector<int>;
+
+inline const Places& places = GetPlaces();
 
 class Scenario : public testing::Test {
   protected:
+    /// A table's cases call it too.
     void SetUp() override {
         WipeMachine();
         ResetServer();
@@ -29,3 +33,12 @@ class Scenario : public testing::Test {
 
 /// The machine's state is as expected.
 #define EXPECT_STATE(expected) EXPECT_EQ(Differences((expected), TakeState()), "")
+
+/// The text has these parts, one behind the other.
+inline void ExpectInOrder(const std::string& text, const Lines& parts) {
+    std::size_t at = 0;
+    for (const std::string& part : parts) {
+        at = text.find(part, at);
+        ASSERT_NE(at, std::string::npos) << "no " << part << " in " << text;
+    }
+}

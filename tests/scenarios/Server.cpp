@@ -9,17 +9,13 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "scenarios/MachineState.h"
 #include "scenarios/Prepared.h"
 #include "support/Scratch.h"
-#include "support/Waiting.h"
 
 namespace {
 
 using Json = nlohmann::json;
-
-std::wstring ReportsFolder() {
-    return GetPrepared().folder + L"\\reports";
-}
 
 std::wstring ManifestPath() {
     return GetPrepared().folder + L"\\www\\download\\win\\manifest.json";
@@ -55,19 +51,17 @@ std::string AskServer(const std::string& method, const std::string& path, const 
     return answer.substr(std::min(answer.size(), answer.find("\r\n\r\n") + 4));
 }
 
-template <typename Action>
-void ForEachReportFile(const std::wstring& pattern, Action action) {
-    WIN32_FIND_DATAW entry;
-    const HANDLE search = FindFirstFileW((ReportsFolder() + L"\\" + pattern).c_str(), &entry);
-    if (search == INVALID_HANDLE_VALUE) {
-        return;
-    }
-    do {
-        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-            action(ReportsFolder() + L"\\" + entry.cFileName);
+// Sorted by age.
+std::vector<std::wstring> ReportFiles(const std::wstring& ending) {
+    std::vector<std::wstring> paths;
+    const std::wstring folder = GetPrepared().folder + L"\\reports";
+    for (const WIN32_FIND_DATAW& entry : ListFolder(folder)) {
+        if (!IsFolder(entry) && std::wstring(entry.cFileName).ends_with(ending)) {
+            paths.push_back(folder + L"\\" + entry.cFileName);
         }
-    } while (FindNextFileW(search, &entry));
-    FindClose(search);
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
 }
 
 std::string DescribeRequest(const Json& entry) {
@@ -97,7 +91,9 @@ void TrustServer() {
 void ResetServer() {
     AskServer("POST", "/_control/reset", "");
     DeleteFileW(ManifestPath().c_str());
-    ForEachReportFile(L"*", [](const std::wstring& path) { DeleteFileW(path.c_str()); });
+    for (const std::wstring& path : ReportFiles(L"")) {
+        DeleteFileW(path.c_str());
+    }
 }
 
 std::string ServerUrl(const std::string& file) {
@@ -146,18 +142,9 @@ std::vector<std::string> SeenRequests() {
 }
 
 std::vector<std::string> ReceivedReports() {
-    std::vector<std::wstring> paths;
-    ForEachReportFile(L"*.txt", [&](const std::wstring& path) { paths.push_back(path); });
-    std::sort(paths.begin(), paths.end());
     std::vector<std::string> reports;
-    for (const std::wstring& path : paths) {
+    for (const std::wstring& path : ReportFiles(L".txt")) {
         reports.push_back(ReadFileText(path));
     }
     return reports;
-}
-
-std::vector<std::string> WaitForReports(std::size_t count) {
-    EXPECT_TRUE(WaitUntil([count] { return ReceivedReports().size() >= count; }))
-        << "waited for report " << count;
-    return ReceivedReports();
 }

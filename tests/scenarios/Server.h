@@ -38,6 +38,3 @@ std::vector<std::string> SeenRequests();
 
 /// The readable texts of the reports it received, the oldest first.
 std::vector<std::string> ReceivedReports();
-
-/// Waits until it has received so many reports; a failure of the test when they do not come.
-std::vector<std::string> WaitForReports(std::size_t count);

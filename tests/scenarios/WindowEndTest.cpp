@@ -3,22 +3,10 @@
 #include "scenarios/OtherProgram.h"
 #include "scenarios/Scenario.h"
 
-namespace {
-
 // What the user sees when the operation has ended, and what the server learns.
-class WindowEnd : public Scenario {};
+using WindowEnd = Scenario;
 
-const Places& places = GetPlaces();
-
-struct End {
-    const char* name;
-    const wchar_t* arguments;
-    void (*arrange)();
-    std::vector<BoxAnswer> boxes;
-    std::vector<int> lastButtons;  // of the last box
-    std::string head;              // of the report; empty when none is sent
-    std::vector<InterceptionRow> interceptions{};
-};
+namespace {
 
 void Nothing() {}
 void Offer() {
@@ -32,84 +20,63 @@ void OfferAndRefuse() {
     Offer();
     AddFault("/app.zip", "refuse", -1);
 }
-void MakeUpdateFolder() {
+void BringFiles() {
     CopyTree(SampleFolder(L"full"), places.temp + L"\\update");
 }
 
-const InterceptionRow unknownFolder = FailCall({"SHGetFolderPathW", L"", 2, 1}, 3);
+const Buttons ok = {IDOK}, okOrCancel = {IDOK, IDCANCEL};
+constexpr BoxAnswer confirm = {"TextConfirmUninstall", IDYES};
+constexpr BoxAnswer notRemoved = {"TextUninstallFailed", IDOK};
+constexpr BoxAnswer offerFull = {"TextOfferFullInstaller", IDCANCEL};
+const InterceptionRow noFolder = FailCall({"SHGetFolderPathW", L"", 2, 1}, 3);
 const InterceptionRow noPauses = SkipCall({"Sleep", L""});
+const std::wstring update = L"--update " + places.temp + L"\\update";
 
-const std::wstring updateArguments = L"--update " + places.temp + L"\\update";
+struct End {
+    SetupCall call;
+    void (*arrange)();
+    std::vector<BoxAnswer> boxes;
+    Buttons lastButtons;  // of the last box
+    Lines heads;          // of the reports
+};
+
+const Lines notLoaded = {"Установка : Загрузка файлов... : Ошибка загрузки файла"};
+const std::string noPaths = " : Ошибка инициализации путей к файлам";
+const Lines notInstalled = {"Установка : Загрузка файла манифеста..." + noPaths};
+const Lines notUninstalled = {"Удаление : Выполнение скрипта..." + noPaths};
+const Lines notUpdated = {"Обновление : Процесс обновления приложения..." + noPaths};
 
 const End ends[] = {
-    {"install", L"", Offer, {}, {}, ""},
-    {"install declined",
-     L"",
-     OfferTheInstalled,
-     {{"TextUpToDateContinue", IDCANCEL}},
-     {IDOK, IDCANCEL},
-     ""},
-    {"download, full installer declined",
-     L"",
-     OfferAndRefuse,
-     {{"TextOfferFullInstaller", IDCANCEL}},
-     {IDOK, IDCANCEL},
-     "Установка : Загрузка файлов... : Ошибка загрузки файла",
-     {noPauses}},
-    {"install with another error",
-     L"",
-     Nothing,
-     {{"TextInstallFailed", IDOK}},
-     {IDOK},
-     "Установка : Загрузка файла манифеста... : Ошибка инициализации путей к файлам",
-     {unknownFolder}},
-    {"uninstall",
-     L"--uninstall",
-     Nothing,
-     {{"TextConfirmUninstall", IDYES}, {"TextRemoved", IDOK}},
-     {IDOK},
-     "",
-     {noPauses}},
-    {"uninstall with an error",
-     L"--uninstall",
-     Nothing,
-     {{"TextConfirmUninstall", IDYES}, {"TextUninstallFailed", IDOK}},
-     {IDOK},
-     "Удаление : Выполнение скрипта... : Ошибка инициализации путей к файлам",
-     {unknownFolder}},
-    {"update", updateArguments.c_str(), MakeUpdateFolder, {}, {}, ""},
-    {"update with an error",
-     updateArguments.c_str(),
-     MakeUpdateFolder,
-     {},
-     {},
-     "Обновление : Процесс обновления приложения... : Ошибка инициализации путей к файлам",
-     {unknownFolder}},
+    {{L""}, Offer, {}, {}, {}},
+    {{L""}, OfferTheInstalled, {{"TextUpToDateContinue", IDCANCEL}}, okOrCancel, {}},
+    {{L"", {noPauses}}, OfferAndRefuse, {offerFull}, okOrCancel, notLoaded},
+    {{L"", {noFolder}}, Nothing, {{"TextInstallFailed", IDOK}}, ok, notInstalled},
+    {{L"--uninstall", {noPauses}}, Nothing, {confirm, {"TextRemoved", IDOK}}, ok, {}},
+    {{L"--uninstall", {noFolder}}, Nothing, {confirm, notRemoved}, ok, notUninstalled},
+    {{update}, BringFiles, {}, {}, {}},
+    {{update, {noFolder}}, BringFiles, {}, {}, notUpdated},
 };
 
 }  // namespace
 
 TEST_F(WindowEnd, ShowsAtMostOneBoxAndReportsFailuresBeforeIt) {
-    // An uninstall deletes its own file.
-    const std::wstring program = places.temp + L"\\Quorvane.uninstall.exe";
     for (const End& end : ends) {
-        SCOPED_TRACE(end.name);
-        WipeMachine();
-        ResetServer();
+        SCOPED_TRACE(Narrow(end.call.arguments) + (end.heads.empty() ? "" : end.heads[0]));
+        SetUp();
         end.arrange();
-        CopyFileW(GetPrepared().setup.c_str(), program.c_str(), FALSE);
-        SetupRun run(
-            {.arguments = end.arguments, .interceptions = end.interceptions, .program = program});
-        const Lines heads = end.head.empty() ? Lines() : Lines{end.head};
+        // An uninstall deletes its own file.
+        SetupCall call = UninstallCopy(end.call.interceptions);
+        call.arguments = end.call.arguments;
+        SetupRun run(call);
         for (const BoxAnswer& answer : end.boxes) {
             if (&answer == &end.boxes.back()) {
                 EXPECT_EQ(WaitForBox(run.process).buttons, end.lastButtons);
-                EXPECT_EQ(ReportHeads(), heads);
+                EXPECT_EQ(ReportHeads(), end.heads);
             }
             run.Answer(answer.text, answer.button);
         }
-        EXPECT_EQ(run.WaitForEnd(), 0);
-        EXPECT_EQ(ReportHeads(), heads);
+        run.Finish();
+        EXPECT_EQ(ReportHeads(), end.heads);
         WaitUntilNoneRuns(L"cmd.exe");
     }
 }
