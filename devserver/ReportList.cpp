@@ -19,7 +19,12 @@ constexpr size_t kWidestCell = 44;
 
 using Row = std::array<std::string, 9>;
 
+// False for what is no plain file: a pipe would be waited for.
 bool ReadStart(const fs::path& file, size_t most, std::string& content) {
+    std::error_code failed;
+    if (!fs::is_regular_file(file, failed)) {
+        return false;
+    }
     std::ifstream stream(file, std::ios::binary);
     if (!stream) {
         return false;
@@ -30,13 +35,14 @@ bool ReadStart(const fs::path& file, size_t most, std::string& content) {
     return true;
 }
 
-// 0 for what is no report's name.
+// 0 for what is no report's name. Two files are never of one number.
 unsigned NumberOf(const fs::path& file) {
     const std::string stem = file.stem().string();
     unsigned number = 0;
     const auto [end, failed] = std::from_chars(stem.data(), stem.data() + stem.size(), number);
     const bool isWhole = failed == std::errc() && end == stem.data() + stem.size();
-    return isWhole && file.extension() == ".txt" ? number : 0;
+    const bool isPadded = stem.size() == 4 || (stem.size() > 4 && stem[0] != '0');
+    return isWhole && isPadded && file.extension() == ".txt" ? number : 0;
 }
 
 std::string NoteOfTime(const fs::path& text) {

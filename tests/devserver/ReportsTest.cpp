@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <map>
 #include <regex>
@@ -108,9 +109,13 @@ TEST(ReportList, TellsWhatFailedWhereAndHowOften) {
         {"0002.json", R"({"time": "2026-11-22T22:27:16.043Z"})"},
         {"0003.json", "broken"},
         {"notes.txt", "x"},
-        {"0004.raw", "x"}};
+        {"0004.raw", "x"},
+        {"2.txt", "a copy under another name"},
+        {"0012.txt/file", "x"}};
     for (const auto& [name, text] : files)
         WriteFile(scratch.path / name, text);
+    for (const char* pipe : {"0001.txt", "0005.json"})
+        ASSERT_EQ(mkfifo((scratch.path / pipe).c_str(), 0600), 0);
     std::vector<StoredReport> reports;
     ASSERT_TRUE(ListReports(scratch.path, reports));
     ASSERT_EQ(reports.size(), 10u);
