@@ -18,6 +18,7 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* packageName = "resources/app/package.json";
+constexpr const wchar_t* uninstallerName = L"uninstall.exe";
 constexpr std::uint32_t longestPackage = 16 << 20;
 
 std::wstring SourceOf(const AppFolder& app, std::wstring path) {
@@ -129,9 +130,11 @@ void ReadPackage(AppFolder& app, Findings& findings) {
     const auto version = package.find("version");
     if (version == package.end() || !version->is_string()) {
         AddError(findings, packageName, "version", "is missing; expected a string such as 1.2.3");
-    } else if (app.version = *version; !IsVersion(app.version)) {
+    } else if (const std::string text = *version; !IsVersion(text)) {
         AddError(findings, packageName, "version",
-                 "is \"" + app.version + "\"; expected three numbers up to 999, such as 1.2.3");
+                 "is \"" + text + "\"; expected three numbers up to 999, such as 1.2.3");
+    } else {
+        app.version = text;
     }
     if (package.contains("windows")) {
         AddError(findings, packageName, "windows",
@@ -146,54 +149,99 @@ std::string ArchOf(std::uint16_t machine) {
                                                 : "";
 }
 
-void CheckProgram(const AppFolder& app, const std::wstring& name, const char* role,
+/// Returns whether it fits.
+bool CheckProgram(const AppFolder& app, const std::wstring& path, const char* role,
                   const std::vector<std::string>& architectures, Findings& findings) {
-    const std::string file = Narrow(name);
-    if (Find(app, name) == nullptr) {
-        AddError(findings, file.c_str(), "",
-                 std::string("is missing; expected ") + role + " at the folder's top level");
-        return;
-    }
-    const std::uint16_t machine = ReadMachine(SourceOf(app, name));
-    if (machine == 0) {
-        AddError(findings, file.c_str(), "", "is no Windows program");
+    const std::uint16_t machine = ReadMachine(SourceOf(app, path));
+    const bool isFor32 = std::count(architectures.begin(), architectures.end(), "ia32") > 0;
+    std::string wrong;
+    if (Find(app, path) == nullptr) {
+        wrong = std::string("is missing; expected ") + role + " at the folder's top level";
+    } else if (machine == 0) {
+        wrong = "is no Windows program";
     } else if (ArchOf(machine).empty()) {
-        AddError(findings, file.c_str(), "",
-                 "is for another processor; expected a program for x64 or ia32");
-    } else if (ArchOf(machine) == "x64" &&
-               std::count(architectures.begin(), architectures.end(), "ia32")) {
-        AddError(findings, file.c_str(), "",
-                 "is a 64-bit program; expected a 32-bit one for the architecture ia32");
+        wrong = "is for another processor; expected a program for x64 or ia32";
+    } else if (ArchOf(machine) == "x64" && isFor32) {
+        wrong = "is a 64-bit program; expected a 32-bit one for the architecture ia32";
     }
+    if (!wrong.empty()) {
+        AddError(findings, Narrow(path).c_str(), "", wrong);
+    }
+    return wrong.empty();
 }
 
-void CheckPrograms(AppFolder& app, const std::wstring& displayName,
-                   const std::vector<std::string>& architectures, Findings& findings) {
-    const std::wstring appName = displayName + L".exe", uninstaller = L"uninstall.exe";
-    CheckProgram(app, displayName + L"Starter.exe", "the starter", architectures, findings);
-    CheckProgram(app, L"syspin.exe", "the pin tool", architectures, findings);
-    app.hasUninstaller = Find(app, uninstaller) != nullptr;
-    if (app.hasUninstaller) {
-        CheckProgram(app, uninstaller, "the uninstaller", architectures, findings);
+/// Looks for the application's program, which may lie deeper, and notes what it is for.
+void CheckApplication(AppFolder& app, const std::wstring& name,
+                      const std::vector<std::string>& architectures, Findings& findings) {
+    const AppEntry* found = Find(app, name);
+    for (const AppEntry& entry : app.entries) {
+        if (found == nullptr && !entry.isFolder && IsSamePath(LastName(entry.path), name)) {
+            found = &entry;
+        }
     }
-    if (Find(app, appName) != nullptr) {
-        CheckProgram(app, appName, "the application", architectures, findings);
-        app.arch = ArchOf(ReadMachine(SourceOf(app, appName)));
-        return;
-    }
-    const auto isApp = [&appName](const AppEntry& entry) {
-        return IsSamePath(LastName(entry.path), appName);
-    };
-    if (std::none_of(app.entries.begin(), app.entries.end(), isApp)) {
-        AddWarning(findings, Narrow(appName).c_str(), "",
+    if (found != nullptr) {
+        CheckProgram(app, found->path, "the application", architectures, findings);
+        app.arch = ArchOf(ReadMachine(SourceOf(app, found->path)));
+    } else if (architectures.empty()) {
+        AddError(findings, Narrow(name).c_str(), "",
+                 "is missing; expected the application's program, or --arch, which tells what the "
+                 "application is for");
+    } else {
+        AddWarning(findings, Narrow(name).c_str(), "",
                    "is missing; expected the application's program, whose processes the installer "
                    "waits for and ends by this name");
     }
 }
 
+void CheckUninstaller(const AppFolder& app, const Identity& identity, Findings& findings) {
+    const SetupProduct made = ReadSetupProduct(SourceOf(app, uninstallerName));
+    const std::string file = Narrow(uninstallerName);
+    if (made.guid.empty()) {
+        AddError(findings, file.c_str(), "",
+                 "is no setup program; expected the product's own, or none, to have it put in");
+    } else if (!identity.guid.empty() && !identity.displayName.empty() &&
+               (made.guid != identity.guid || made.displayName != identity.displayName)) {
+        AddError(findings, file.c_str(), "",
+                 "is the setup program of " + Narrow(made.displayName + L" " + made.guid) +
+                     "; expected this product's");
+    } else {
+        AddWarning(findings, file.c_str(), "",
+                   "is packed as it is; without it the online setup is put in");
+    }
+}
+
+void CheckPrograms(AppFolder& app, const Identity& identity, std::vector<std::string> architectures,
+                   Findings& findings) {
+    // What the others have to be is told by the application's own.
+    if (!identity.displayName.empty()) {
+        CheckApplication(app, identity.displayName + L".exe", architectures, findings);
+        if (architectures.empty() && !app.arch.empty()) {
+            architectures = {app.arch};
+        }
+        CheckProgram(app, identity.displayName + L"Starter.exe", "the starter", architectures,
+                     findings);
+    }
+    CheckProgram(app, L"syspin.exe", "the pin tool", architectures, findings);
+    app.hasUninstaller = Find(app, uninstallerName) != nullptr;
+    if (app.hasUninstaller &&
+        CheckProgram(app, uninstallerName, "the uninstaller", architectures, findings)) {
+        CheckUninstaller(app, identity, findings);
+    }
+}
+
+void WarnOfVersionControl(const AppFolder& app, Findings& findings) {
+    for (const AppEntry& entry : app.entries) {
+        const std::wstring name = LastName(entry.path);
+        if (IsSamePath(name, L".git") || IsSamePath(name, L".svn") || IsSamePath(name, L".hg")) {
+            AddWarning(findings, Narrow(entry.path).c_str(), "",
+                       "belongs to version control; it is packed with the rest");
+        }
+    }
+}
+
 }  // namespace
 
-AppFolder ReadAppFolder(const std::wstring& folder, const std::wstring& displayName,
+AppFolder ReadAppFolder(const std::wstring& folder, const Identity& identity,
                         const std::vector<std::string>& architectures, Findings& findings) {
     AppFolder app;
     app.root = LongPath(folder);
@@ -204,7 +252,8 @@ AppFolder ReadAppFolder(const std::wstring& folder, const std::wstring& displayN
     Walk(app, L"", findings);
     OpenFiles(app, findings);
     ReadPackage(app, findings);
-    CheckPrograms(app, displayName, architectures, findings);
-    CheckAppEntries(app.entries, displayName, app.version, findings);
+    CheckPrograms(app, identity, architectures, findings);
+    WarnOfVersionControl(app, findings);
+    CheckAppEntries(app.entries, identity.displayName, app.version, findings);
     return app;
 }

@@ -21,7 +21,10 @@ std::string MergeChecksums(std::string_view existing, std::map<std::string, std:
     unsigned number = 0;
     while (!existing.empty()) {
         const std::size_t end = std::min(existing.find('\n'), existing.size());
-        const std::string_view line = existing.substr(0, end);
+        std::string_view line = existing.substr(0, end);
+        if (line.ends_with('\r')) {
+            line.remove_suffix(1);
+        }
         existing.remove_prefix(std::min(end + 1, existing.size()));
         ++number;
         if (!IsLine(line)) {

@@ -11,8 +11,8 @@
 constexpr const char* checksumsName = "SHA256SUMS";
 
 /// The list for `made`, hexadecimal digits by path, with the lines of an existing list for other
-/// files that `isThere` still knows. Sorted by path. `existing` may be empty. A line that is none
-/// becomes an error.
+/// files that `isThere` still knows. Sorted by path. `existing` may be empty or have CR LF. A line
+/// that is none becomes an error.
 std::string MergeChecksums(std::string_view existing, std::map<std::string, std::string> made,
                            const std::function<bool(const std::string& path)>& isThere,
                            Findings& findings);

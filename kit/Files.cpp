@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <cstdio>
-
 std::wstring Widen(std::string_view text) {
     const int size = static_cast<int>(text.size());
     std::wstring wide(MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0), L'\0');
@@ -27,9 +25,12 @@ std::string DescribeError(std::uint32_t code) {
     while (length > 0 && (buffer[length - 1] == L'\n' || buffer[length - 1] == L'\r')) {
         --length;
     }
-    char number[32];
-    std::snprintf(number, sizeof number, " (error %lu)", static_cast<unsigned long>(code));
-    return Narrow({buffer, length}) + number;
+    std::string words = length > 0 ? Narrow({buffer, length}) : "The system has no words for it.";
+    // The system's speak of a file that is being saved.
+    if (code == ERROR_FILE_TOO_LARGE) {
+        words = "The file is too large.";
+    }
+    return words + " (error " + std::to_string(code) + ")";
 }
 
 std::wstring FromHostPath(const std::wstring& path) {

@@ -19,5 +19,6 @@ void AddWarning(Findings& findings, const char* file, std::string key, std::stri
 
 bool HasErrors(const Findings& findings);
 
-/// "error: product.json: slug: ..." without a line end.
+/// "error: product.json: slug: ..." without a line end. Characters that are not seen are shown as
+/// "\u0007".
 std::string FormatFinding(const Finding& finding);

@@ -2,11 +2,15 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 #include "kit/Files.h"
 
 namespace {
 
 constexpr const wchar_t* replacedSuffix = L".replaced";
+// Longer than what a pack makes below the folder to publish.
+constexpr std::size_t longestBelow = 130;
 
 /// A file that arrived, and whether one stood there before.
 struct Arrival {
@@ -63,6 +67,16 @@ std::wstring LongPath(const std::wstring& path) {
     return full.rfind(L"\\\\", 0) == 0 ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
 }
 
+std::wstring RoomyPath(const std::wstring& path) {
+    const std::wstring full = FullPath(path);
+    return full.size() + longestBelow < MAX_PATH ? full : LongPath(full);
+}
+
+std::wstring PathIn(const std::wstring& folder, std::string path) {
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return folder + L"\\" + Widen(path);
+}
+
 bool IsFolder(const std::wstring& path) {
     const DWORD attributes = GetFileAttributesW(path.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -92,6 +106,16 @@ std::uint32_t MakeFolders(const std::wstring& folder, std::vector<std::wstring>&
     return 0;
 }
 
+std::uint32_t TryToWrite(const std::wstring& folder) {
+    const std::wstring probe = folder + L"\\pack." + std::to_wstring(GetCurrentProcessId());
+    if (!CreateDirectoryW(probe.c_str(), nullptr)) {
+        const DWORD error = GetLastError();
+        return error == ERROR_ALREADY_EXISTS ? 0 : error;
+    }
+    RemoveDirectoryW(probe.c_str());
+    return 0;
+}
+
 void RemoveFolder(const std::wstring& folder) {
     WIN32_FIND_DATAW entry;
     const HANDLE find = FindFirstFileW((folder + L"\\*").c_str(), &entry);
@@ -101,7 +125,10 @@ void RemoveFolder(const std::wstring& folder) {
             const std::wstring path = folder + L"\\" + name;
             const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
             if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-                DeleteFileW(path.c_str());
+                if (!DeleteFileW(path.c_str())) {
+                    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+                    DeleteFileW(path.c_str());
+                }
             } else if (isLink) {
                 RemoveDirectoryW(path.c_str());
             } else if (name != L"." && name != L"..") {
@@ -114,19 +141,18 @@ void RemoveFolder(const std::wstring& folder) {
 }
 
 std::string MoveInto(const std::wstring& from, const std::wstring& to,
-                     const std::vector<std::wstring>& paths) {
+                     const std::vector<std::string>& paths) {
     std::vector<Arrival> arrivals;
     std::vector<std::wstring> made;
-    const std::wstring fromPrefix = from + L"\\", toPrefix = to + L"\\";
-    for (const std::wstring& path : paths) {
-        Arrival arrival = {fromPrefix + path, toPrefix + path, false};
+    for (const std::string& path : paths) {
+        Arrival arrival = {PathIn(from, path), PathIn(to, path), false};
         DWORD error = MakeFolders(ParentOf(arrival.to), made);
         if (error == 0) {
             error = MoveOne(arrival);
         }
         if (error != 0) {
             TakeBack(arrivals, made);
-            return Narrow(arrival.to) + ": cannot be replaced: " + DescribeError(error);
+            return path + ": cannot be replaced: " + DescribeError(error);
         }
         arrivals.push_back(arrival);
     }

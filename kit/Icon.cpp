@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
+#include "kit/Png.h"
+
 namespace {
 
 constexpr const char* fileName = "icon.ico";
 constexpr unsigned neededSizes[] = {256, 64, 32, 16};
+constexpr unsigned largestSize = 256;  // stands as 0 in the list
 
 // The head of an icon file and its entries, as the platform's documentation of icons has them.
 #pragma pack(push, 1)
@@ -24,26 +27,110 @@ struct GroupEntry {
     std::uint32_t length;
     std::uint16_t id;
 };
+/// Of an image that is no PNG (BITMAPINFOHEADER).
+struct BitmapHead {
+    std::uint32_t headLength;
+    std::int32_t width, height;  // the height of picture and mask together
+    std::uint16_t planes, bits;
+    std::uint32_t packing, length;
+    std::int32_t xDensity, yDensity;
+    std::uint32_t coloursUsed, coloursNeeded;
+};
 #pragma pack(pop)
 
-/// The bits per pixel that the image itself tells, 0 when it is neither PNG nor bitmap. The entry
-/// in front of it need not tell them.
-std::uint16_t ReadBits(const std::string& image) {
-    if (image.size() > 26 && image.compare(0, 4, "\x89PNG") == 0) {
-        return image[24] == 8 && image[25] == 6 ? 32 : 24;
+/// What an image tells of itself. The entry in front of it need not tell the bits.
+struct ImageFacts {
+    unsigned width, height;
+    std::uint16_t bits;
+};
+
+unsigned SizeOf(std::uint8_t listed) {
+    return listed == 0 ? largestSize : listed;
+}
+
+std::string DescribeSize(unsigned width, unsigned height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
+const char* ReadPngFacts(const std::string& image, ImageFacts& facts) {
+    Png png;
+    std::string pixels;
+    if (const char* wrong = ReadPng(image, png)) {
+        return wrong;
     }
-    std::uint32_t headSize = 0;
-    std::uint16_t bits = 0;
-    if (image.size() >= 40) {
-        std::memcpy(&headSize, image.data(), sizeof headSize);
-        std::memcpy(&bits, image.data() + 14, sizeof bits);
+    facts = {png.width, png.height,
+             static_cast<std::uint16_t>(png.depth == 8 && png.colour == 6 ? 32 : 24)};
+    const bool canBeUnpacked = png.width <= largestSize && png.height <= largestSize &&
+                               (!IsPlain(png) || UnpackPng(png, pixels));
+    return canBeUnpacked ? nullptr : "cannot be unpacked; expected a whole PNG";
+}
+
+/// How many bytes a row of pixels takes: rows end on 4 bytes.
+std::size_t CountRowBytes(unsigned width, unsigned bits) {
+    return (static_cast<std::size_t>(width) * bits + 31) / 32 * 4;
+}
+
+const char* ReadBitmapFacts(const std::string& image, ImageFacts& facts) {
+    BitmapHead head = {};
+    if (image.size() >= sizeof head) {
+        std::memcpy(&head, image.data(), sizeof head);
     }
-    return headSize == 40 ? bits : 0;
+    if (head.headLength != sizeof head || head.packing != 0) {
+        return "is neither PNG nor plain bitmap; expected one of them";
+    }
+    facts = {static_cast<unsigned>(head.width), static_cast<unsigned>(head.height) / 2, head.bits};
+    if (facts.width > largestSize || facts.height > largestSize || head.bits > 32) {
+        return "is no image of an icon; expected at most 256 x 256 pixels";
+    }
+    const std::size_t palette = head.bits <= 8 ? std::size_t{4} << head.bits : 0;
+    const std::size_t picture = CountRowBytes(facts.width, head.bits) * facts.height;
+    const std::size_t mask = CountRowBytes(facts.width, 1) * facts.height;
+    if (image.size() < sizeof head + palette + picture + mask) {
+        return "is cut off; expected a whole bitmap with its mask";
+    }
+    // Others may have their shape from the mask.
+    const auto start = image.begin() + static_cast<std::ptrdiff_t>(sizeof head + palette);
+    const bool isBare =
+        head.bits == 32 && std::all_of(start, start + static_cast<std::ptrdiff_t>(picture),
+                                       [](char byte) { return byte == 0; });
+    return isBare ? "is of zeros alone; expected a picture" : nullptr;
+}
+
+/// Returns an empty text, or what is wrong with an image.
+std::string ReadFacts(const std::string& image, const IconEntry& entry, ImageFacts& facts) {
+    const bool isPng = image.compare(0, 4, "\x89PNG") == 0;
+    const char* wrong = isPng ? ReadPngFacts(image, facts) : ReadBitmapFacts(image, facts);
+    if (wrong != nullptr) {
+        return wrong;
+    }
+    if (facts.width != SizeOf(entry.width) || facts.height != SizeOf(entry.height)) {
+        return "is " + DescribeSize(facts.width, facts.height) +
+               "; expected what the list of images says";
+    }
+    return {};
 }
 
 template <typename Record>
 void Append(std::string& data, const Record& record) {
     data.append(reinterpret_cast<const char*>(&record), sizeof record);
+}
+
+/// Reads the image of an entry. Of one that does not fit only the size is kept that it should have.
+IconImage ReadImage(const std::string& file, const IconEntry& entry, Findings& findings) {
+    IconImage image = {entry.width, entry.height, 0, {}};
+    std::string wrong = "lies outside the file; expected a whole icon file";
+    ImageFacts facts = {};
+    if (entry.offset <= file.size() && entry.length <= file.size() - entry.offset) {
+        image.data = file.substr(entry.offset, entry.length);
+        wrong = ReadFacts(image.data, entry, facts);
+    }
+    if (!wrong.empty()) {
+        AddError(findings, fileName,
+                 "image of " + DescribeSize(SizeOf(entry.width), SizeOf(entry.height)), wrong);
+        image.data.clear();
+    }
+    image.bits = facts.bits;
+    return image;
 }
 
 }  // namespace
@@ -62,21 +149,16 @@ std::vector<IconImage> ReadIcon(const std::string& file, Findings& findings) {
     for (unsigned i = 0; i < head.count; ++i) {
         IconEntry entry;
         std::memcpy(&entry, file.data() + sizeof head + i * sizeof entry, sizeof entry);
-        if (entry.offset > file.size() || entry.length > file.size() - entry.offset) {
-            AddError(findings, fileName, "image " + std::to_string(i + 1),
-                     "lies outside the file; expected a whole icon file");
-            continue;
-        }
-        std::string data = file.substr(entry.offset, entry.length);
-        const std::uint16_t bits = ReadBits(data);
-        images.push_back({entry.width, entry.height, bits, std::move(data)});
+        images.push_back(ReadImage(file, entry, findings));
     }
     for (const unsigned size : neededSizes) {
+        // One that does not fit has been told already.
         const auto fits = [size](const IconImage& image) {
-            return image.width == size % 256 && image.height == size % 256 && image.bits == 32;
+            return SizeOf(image.width) == size && SizeOf(image.height) == size &&
+                   (image.bits == 32 || image.data.empty());
         };
         if (std::none_of(images.begin(), images.end(), fits)) {
-            AddError(findings, fileName, std::to_string(size) + " x " + std::to_string(size),
+            AddError(findings, fileName, DescribeSize(size, size),
                      "is missing; expected an image of this size with 32 bits per pixel");
         }
     }

@@ -14,6 +14,8 @@ struct IconImage {
 };
 
 /// Reads the bytes of icon.ico. The sizes 256, 64, 32 and 16 must be there at 32 bits, others may.
+/// Every image has to be whole and of the size that the file's list says. An image that is not is
+/// an error and has no data.
 std::vector<IconImage> ReadIcon(const std::string& file, Findings& findings);
 
 /// The resource that lists an icon's images; image i is the icon resource with the id i + 1.

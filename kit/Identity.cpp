@@ -6,8 +6,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "kit/DisplayName.h"
 #include "kit/FileNames.h"
 #include "kit/Files.h"
+#include "kit/JsonText.h"
 
 namespace {
 
@@ -16,8 +18,6 @@ using nlohmann::json;
 constexpr const char* fileName = "product.json";
 // The program reads a string resource into 260 characters with the terminator.
 constexpr std::size_t longestResource = 259;
-// Leaves room for the folders around it within a path of 259 characters.
-constexpr std::size_t longestDisplayName = 64;
 
 bool ConsistsOf(const std::wstring& text, std::wstring_view set) {
     return !text.empty() && text.find_first_not_of(set) == std::wstring::npos;
@@ -32,16 +32,6 @@ constexpr std::wstring_view hostCharacters =
 bool IsNumberUpTo(const std::wstring& text, unsigned long limit) {
     return ConsistsOf(text, digits) && text.size() <= 9 &&
            std::wcstoul(text.c_str(), nullptr, 10) <= limit;
-}
-
-const char* JudgeDisplayName(const std::wstring& name) {
-    if (name.size() > longestDisplayName) {
-        return "expected at most 64 characters";
-    }
-    if (name.front() == L' ') {
-        return "expected a name with no blank in front";
-    }
-    return JudgeFileName(name);
 }
 
 const char* JudgeSlug(const std::wstring& slug) {
@@ -74,35 +64,36 @@ const char* JudgePort(const std::wstring& port) {
     return IsPort(port) ? nullptr : "expected a number from 1 to 65535";
 }
 
-const char* JudgeBaseUrl(const std::wstring& url) {
-    const bool https = url.rfind(L"https://", 0) == 0;
-    if (!https && url.rfind(L"http://", 0) != 0) {
-        return "expected https:// or http:// in front, in lower case";
+/// Nothing, or names with a slash in front of each.
+bool IsUrlPath(const std::wstring& path) {
+    const auto isOutside = [](wchar_t c) { return c <= 32 || c > 126; };
+    if (path.find_first_of(L"\\?#\"<>&|^") != std::wstring::npos ||
+        std::any_of(path.begin(), path.end(), isOutside)) {
+        return false;
     }
-    if (url.back() == L'/') {
-        return "expected no slash at the end";
+    bool fits = path.empty() || path.front() == L'/';
+    for (std::size_t start = 1; fits && start <= path.size();) {
+        const std::size_t end = std::min(path.find(L'/', start), path.size());
+        const std::wstring name = path.substr(start, end - start);
+        fits = !name.empty() && name != L"." && name != L"..";
+        start = end + 1;
     }
-    const std::wstring place = url.substr(https ? 8 : 7);
-    if (place.find(L'/') != std::wstring::npos) {
-        return "expected scheme and host alone; a path belongs into pathPrefix";
-    }
-    const std::size_t colon = place.find(L':');
-    const bool portFits = colon == std::wstring::npos || IsPort(place.substr(colon + 1));
-    return IsHost(place.substr(0, colon)) && portFits
-               ? nullptr
-               : "expected scheme, host and, where it is another one, a port";
+    return fits;
 }
 
 const char* JudgePrefix(const std::wstring& prefix) {
-    if (prefix.empty()) {
-        return nullptr;
+    return IsUrlPath(prefix) ? nullptr
+                             : "expected nothing or a path such as /a/b, names with one slash in "
+                               "front of each";
+}
+
+const char* JudgeBaseUrl(const std::wstring& url) {
+    if (const char* expected = JudgeUrl(url)) {
+        return expected;
     }
-    const auto isOutside = [](wchar_t c) { return c <= 32 || c > 126; };
-    return prefix.front() == L'/' && prefix.back() != L'/' &&
-                   prefix.find_first_of(L"\\?#\"<>&|^") == std::wstring::npos &&
-                   std::none_of(prefix.begin(), prefix.end(), isOutside)
+    return url.find(L'/', url.find(L"//") + 2) == std::wstring::npos
                ? nullptr
-               : "expected nothing or a path that begins with a slash and ends with none";
+               : "expected scheme and host alone; a path belongs into pathPrefix";
 }
 
 const char* JudgeGuid(const std::wstring& guid) {
@@ -110,6 +101,9 @@ const char* JudgeGuid(const std::wstring& guid) {
     bool fits = guid.size() == form.size();
     for (std::size_t i = 0; fits && i < form.size(); ++i) {
         fits = form[i] == L'0' ? hexDigits.find(guid[i]) != std::wstring::npos : guid[i] == form[i];
+    }
+    if (fits && guid.find_first_not_of(L"{0-}") == std::wstring::npos) {
+        return "expected a GUID of the product's own, not zeros";
     }
     return fits
                ? nullptr
@@ -138,38 +132,42 @@ const char* JudgeVersion(const std::wstring& version) {
     return fits && numbers == 4 ? nullptr : "expected four numbers up to 65535, such as 1.0.0.0";
 }
 
+enum class Need { Text, MayBeEmpty, MayBeMissing };
+
 struct Key {
     const char* name;
     std::wstring Identity::*value;
     const char* (*judge)(const std::wstring&);  // null when it fits, otherwise what is expected
-    bool mayBeEmpty;
+    Need need;
 };
 
-const std::array<Key, 9> keys = {{
-    {"displayName", &Identity::displayName, JudgeDisplayName, false},
-    {"slug", &Identity::slug, JudgeSlug, false},
-    {"serverHost", &Identity::serverHost, JudgeHost, false},
-    {"serverPort", &Identity::serverPort, JudgePort, false},
-    {"baseUrl", &Identity::baseUrl, JudgeBaseUrl, false},
-    {"pathPrefix", &Identity::pathPrefix, JudgePrefix, true},
-    {"guid", &Identity::guid, JudgeGuid, false},
-    {"supportAddress", &Identity::supportAddress, JudgeSupportAddress, false},
-    {"installerVersion", &Identity::installerVersion, JudgeVersion, false},
+const std::array<Key, 10> keys = {{
+    {"displayName", &Identity::displayName, JudgeDisplayName, Need::Text},
+    {"slug", &Identity::slug, JudgeSlug, Need::Text},
+    {"serverHost", &Identity::serverHost, JudgeHost, Need::Text},
+    {"serverPort", &Identity::serverPort, JudgePort, Need::Text},
+    {"baseUrl", &Identity::baseUrl, JudgeBaseUrl, Need::Text},
+    {"pathPrefix", &Identity::pathPrefix, JudgePrefix, Need::MayBeEmpty},
+    {"altUrl", &Identity::altUrl, JudgeUrl, Need::MayBeMissing},
+    {"guid", &Identity::guid, JudgeGuid, Need::Text},
+    {"supportAddress", &Identity::supportAddress, JudgeSupportAddress, Need::Text},
+    {"installerVersion", &Identity::installerVersion, JudgeVersion, Need::Text},
 }};
 
 void ReadValue(const json& object, const Key& key, Identity& identity, Findings& findings) {
     const auto value = object.find(key.name);
     if (value == object.end()) {
-        AddError(findings, fileName, key.name, "is missing; expected a string");
+        if (key.need != Need::MayBeMissing) {
+            AddError(findings, fileName, key.name, "is missing; expected a string");
+        }
         return;
     }
     if (!value->is_string()) {
-        AddError(findings, fileName, key.name, "is " + value->dump() + "; expected a string");
+        AddError(findings, fileName, key.name, DescribeValue(*value) + "; expected a string");
         return;
     }
     const std::wstring text = Widen(value->get_ref<const std::string&>());
-    identity.*key.value = text;
-    if (text.empty() && key.mayBeEmpty) {
+    if (text.empty() && key.need != Need::Text) {
         return;
     }
     const char* expected = text.empty()                    ? "expected a text that is not empty"
@@ -177,22 +175,39 @@ void ReadValue(const json& object, const Key& key, Identity& identity, Findings&
                                                            : key.judge(text);
     if (expected != nullptr) {
         AddError(findings, fileName, key.name, "is \"" + Narrow(text) + "\"; " + expected);
+        return;
     }
+    identity.*key.value = text;
 }
 
 }  // namespace
 
+const char* JudgeUrl(const std::wstring& url) {
+    const bool https = url.rfind(L"https://", 0) == 0;
+    if (!https && url.rfind(L"http://", 0) != 0) {
+        return "expected https:// or http:// in front, in lower case";
+    }
+    if (url.back() == L'/') {
+        return "expected no slash at the end";
+    }
+    const std::size_t start = https ? 8 : 7;
+    const std::size_t end = std::min(url.find(L'/', start), url.size());
+    const std::wstring place = url.substr(start, end - start);
+    const std::size_t colon = std::min(place.find(L':'), place.size());
+    const bool portFits = colon == place.size() || IsPort(place.substr(colon + 1));
+    if (!IsHost(place.substr(0, colon)) || !portFits) {
+        return "expected scheme, host and, where it is another one, a port";
+    }
+    return IsUrlPath(url.substr(end))
+               ? nullptr
+               : "expected a path such as /a/b, names with one slash in front of each";
+}
+
 Identity ReadIdentity(std::string_view text, Findings& findings) {
     Identity identity;
-    json object;
-    try {
-        object = json::parse(text);
-    } catch (const json::exception& error) {
-        AddError(findings, fileName, "", std::string("is no JSON: ") + error.what());
-        return identity;
-    }
-    if (!object.is_object()) {
-        AddError(findings, fileName, "", "expected an object of strings");
+    const std::size_t before = findings.size();
+    const json object = ParseObject(text, fileName, "strings", findings);
+    if (object.empty() && findings.size() > before) {
         return identity;
     }
     for (const Key& key : keys) {
@@ -204,11 +219,9 @@ Identity ReadIdentity(std::string_view text, Findings& findings) {
             AddWarning(findings, fileName, item.key(), "is not known; it is not used");
         }
     }
-    // The script that deletes the uninstaller would take what stands between two of them for a
-    // variable.
-    if (identity.displayName.find(L'%') != std::wstring::npos) {
+    if (identity.displayName.find(L'&') != std::wstring::npos) {
         AddWarning(findings, fileName, "displayName",
-                   "holds a percent sign; expected none, or the uninstaller's own file may stay");
+                   "holds &; the window shows it as a line under the next letter");
     }
     return identity;
 }

@@ -13,11 +13,16 @@ struct Identity {
     std::wstring serverPort;        // decimal
     std::wstring baseUrl;           // scheme and host, no trailing slash
     std::wstring pathPrefix;        // may be empty; in front of every path on the server
+    std::wstring altUrl;            // may be empty; where archives are looked for first
     std::wstring guid;              // in braces, upper case
     std::wstring supportAddress;    // shown when an operation has failed
     std::wstring installerVersion;  // four numbers
 };
 
-/// Reads and checks product.json. What is missing or ill-formed becomes an error, a key that is not
-/// known a warning; a value is kept as it stands in either case.
+/// Reads and checks product.json. What is missing or ill-formed becomes an error and stays empty, a
+/// key that is not known becomes a warning.
 Identity ReadIdentity(std::string_view json, Findings& findings);
+
+/// Judges an address that a path can be put behind: scheme, host, maybe a port and a path. Returns
+/// null when it fits, otherwise what is expected of it.
+const char* JudgeUrl(const std::wstring& url);

@@ -14,7 +14,8 @@ namespace {
 
 constexpr const char* help =
     "pack --product DIR --app FOLDER --out DIST [--arch x64|ia32]... [--base-url URL]\n"
-    "     [--alt-url URL] [--base EXE] [--check]\n"
+    "     [--alt-url URL] [--base EXE]\n"
+    "pack --check --product DIR --app FOLDER [--out DIST] ...\n"
     "\n"
     "Makes from an application's folder what a team publishes: the archive, the update manifest,\n"
     "the online and the offline setup, SHA256SUMS. A second call for another architecture adds to\n"
@@ -28,9 +29,9 @@ constexpr const char* help =
     "                  offer the same folder to each\n"
     "  --base-url URL  where /download/win/... will lie for archives (default: baseUrl and\n"
     "                  pathPrefix of the product)\n"
-    "  --alt-url URL   a second such place, which is tried first\n"
+    "  --alt-url URL   a second such place, which is tried first (default: altUrl of the product)\n"
     "  --base EXE      the setup without a product (default: setup_base.exe beside this program)\n"
-    "  --check         check only, write nothing\n"
+    "  --check         check only, write nothing; without --out the place is left out\n"
     "\n"
     "Exit code: 0 done, 1 something does not fit or failed, 2 wrong call.";
 
@@ -121,9 +122,11 @@ int wmain(int count, wchar_t** arguments) {
         {L"--arch", [&](const wchar_t* name) { job.architectures.push_back(Narrow(name)); }},
         {L"--base-url", [&](const wchar_t* url) { job.baseUrl = Narrow(url); }},
         {L"--alt-url", [&](const wchar_t* url) { job.altUrl = Narrow(url); }}};
-    program.judge = [&](bool) {
-        const bool lacks = job.product.empty() || job.app.empty() || job.out.empty();
-        return std::string(lacks ? "--product, --app and --out are needed" : "");
+    program.judge = [&](bool checkOnly) {
+        const bool lacks = job.product.empty() || job.app.empty();
+        return std::string(lacks                           ? "--product and --app are needed"
+                           : !checkOnly && job.out.empty() ? "--out is missing"
+                                                           : "");
     };
     program.run = [&](bool checkOnly) { return Pack(program, job, checkOnly); };
     return RunProgram(program, count, arguments);

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "kit/ArchiveSection.h"
+#include "kit/ExeKind.h"
 #include "kit/Files.h"
 #include "kit/PeChecksum.h"
 #include "kit/StringTable.h"
@@ -53,10 +54,14 @@ std::string CheckBase(const std::wstring& path) {
     if (module == nullptr) {
         return Failed("the base executable cannot be opened", path, GetLastError());
     }
-    const bool stamped =
+    const bool isStamped =
         FindResourceW(module, MAKEINTRESOURCEW(identityBlock), RT_STRING) != nullptr;
+    const bool hasBar = FindResourceW(module, MAKEINTRESOURCEW(IDB_BAR), RT_BITMAP) != nullptr;
     FreeLibrary(module);
-    return stamped ? Narrow(path) + ": is stamped already; expected the base executable" : "";
+    if (ReadMachine(path) != IMAGE_FILE_MACHINE_I386 || (!isStamped && !hasBar)) {
+        return Narrow(path) + ": is another program; expected the base executable";
+    }
+    return isStamped ? Narrow(path) + ": is stamped already; expected the base executable" : "";
 }
 
 /// One run of the system's resource update. The first failure is kept, what follows it is skipped.

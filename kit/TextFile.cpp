@@ -5,7 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "kit/Characters.h"
 #include "kit/Files.h"
+#include "kit/JsonText.h"
 
 namespace {
 
@@ -13,6 +15,8 @@ using nlohmann::json;
 
 constexpr const char* fileName = "texts.json";
 constexpr const wchar_t* placeholder = L"{supportAddress}";
+// Far more than any box can show.
+constexpr std::size_t longestText = 2000;
 
 bool OffersHelp(unsigned row) {
     return row == textInstallFailed || row == textUninstallFailed;
@@ -43,6 +47,19 @@ std::wstring FillIn(std::wstring text, unsigned row, const std::wstring& support
     return text;
 }
 
+/// Returns null when a text can be shown, otherwise what is expected of it.
+const char* JudgeText(const std::wstring& text) {
+    const auto shows = [](wchar_t character) {
+        return !IsBlank(character) && !IsUnseen(character);
+    };
+    return text.find(L'\0') != std::wstring::npos ? "holds a NUL character; expected plain text"
+           : text.size() > longestText            ? "expected a text of at most 2000 characters"
+           : std::none_of(text.begin(), text.end(), shows)
+               ? "expected a text that is not empty and not of blanks alone"
+               : nullptr;
+}
+
+/// Returns an empty text when there is none that fits.
 std::wstring ReadCell(const json& row, const char* language, const std::string& key,
                       Findings& findings) {
     const auto cell = row.find(language);
@@ -50,16 +67,16 @@ std::wstring ReadCell(const json& row, const char* language, const std::string& 
         AddError(findings, fileName, key, "is missing; expected the text in this language");
         return {};
     }
-    if (!cell->is_string() || cell->get_ref<const std::string&>().empty()) {
-        AddError(findings, fileName, key, "expected a text that is not empty");
+    if (!cell->is_string()) {
+        AddError(findings, fileName, key, DescribeValue(*cell) + "; expected a text");
         return {};
     }
-    const std::string& text = cell->get_ref<const std::string&>();
-    if (text.find('\0') != std::string::npos) {
-        AddError(findings, fileName, key, "holds a NUL character; expected plain text");
+    const std::wstring text = Widen(cell->get_ref<const std::string&>());
+    if (const char* expected = JudgeText(text)) {
+        AddError(findings, fileName, key, expected);
         return {};
     }
-    return Widen(text);
+    return text;
 }
 
 void WarnOfUnknownKeys(const json& rows, Findings& findings) {
@@ -90,15 +107,9 @@ void WarnOfUnknownKeys(const json& rows, Findings& findings) {
 TextCells ReadTexts(std::string_view text, const std::wstring& displayName,
                     const std::wstring& supportAddress, Findings& findings) {
     TextCells cells;
-    json rows;
-    try {
-        rows = json::parse(text);
-    } catch (const json::exception& error) {
-        AddError(findings, fileName, "", std::string("is no JSON: ") + error.what());
-        return cells;
-    }
-    if (!rows.is_object()) {
-        AddError(findings, fileName, "", "expected an object of rows");
+    const std::size_t before = findings.size();
+    const json rows = ParseObject(text, fileName, "rows", findings);
+    if (rows.empty() && findings.size() > before) {
         return cells;
     }
     WarnOfUnknownKeys(rows, findings);
@@ -107,18 +118,20 @@ TextCells ReadTexts(std::string_view text, const std::wstring& displayName,
         if (name == nullptr) {
             continue;
         }
-        if (!rows.contains(name) || !rows[name].is_object()) {
+        const auto found = rows.find(name);
+        if (found == rows.end() || !found->is_object()) {
             AddError(findings, fileName, name,
-                     "is missing; expected an object of texts by language");
+                     (found == rows.end() ? "is missing" : DescribeValue(*found)) +
+                         "; expected an object of texts by language");
             continue;
         }
         for (unsigned column = 0; column < textColumns; ++column) {
             const std::string key = std::string(name) + "." + textLanguages[column];
-            const std::wstring cell = ReadCell(rows[name], textLanguages[column], key, findings);
+            const std::wstring cell = ReadCell(*found, textLanguages[column], key, findings);
             if (cell.empty()) {
                 continue;
             }
-            if (row == textProductName && cell != displayName) {
+            if (row == textProductName && cell != displayName && !displayName.empty()) {
                 AddWarning(findings, fileName, key,
                            "is \"" + Narrow(cell) + "\"; expected the display name \"" +
                                Narrow(displayName) + "\"");

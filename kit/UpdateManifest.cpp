@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -91,4 +92,19 @@ std::string MergeManifest(std::string_view existing, const std::string& version,
                      [](const Json& a, const Json& b) { return a["arch"] < b["arch"]; });
     manifest["windows"] = entries;
     return manifest.dump(2) + "\n";
+}
+
+void CheckOffers(const std::string& manifest, const std::string& nameStart, Findings& findings) {
+    const Json parsed = Json::parse(manifest);
+    for (const Json& entry : parsed["windows"]) {
+        const auto url = entry.find("url");
+        const std::string address = url != entry.end() && url->is_string() ? *url : "";
+        const std::string name = address.substr(address.rfind('/') + 1);
+        if (!name.starts_with(nameStart)) {
+            std::string message = "offers \"" + name + "\" for ";
+            message.append(entry["arch"]).append("; expected a name that begins with ");
+            message.append(nameStart).append(", or another --out for another product");
+            AddError(findings, manifestName, "windows", std::move(message));
+        }
+    }
 }

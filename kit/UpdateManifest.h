@@ -21,3 +21,7 @@ struct ArchiveOffer {
 /// when it is newer. `existing` may be empty. What cannot be read becomes an error.
 std::string MergeManifest(std::string_view existing, const std::string& version,
                           const std::vector<ArchiveOffer>& offers, Findings& findings);
+
+/// Makes an error of every entry of a manifest, as MergeManifest gives it, whose archive's name
+/// does not begin like this: it is another product's.
+void CheckOffers(const std::string& manifest, const std::string& nameStart, Findings& findings);

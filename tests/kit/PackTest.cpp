@@ -119,14 +119,22 @@ TEST_F(PackTest, MakesWhatATeamPublishes) {
 
 TEST_F(PackTest, AddsArchitecturesAndReplacesVersions) {
     job.architectures = {"ia32"};
-    WriteFileText(app + L"\\uninstall.exe", Read(sampleBase) + "signed");
+    ASSERT_EQ(Pack(), "");
+    WriteFileText(app + L"\\uninstall.exe", Read(dist + L"\\QuorvaneSetup.exe") + "signed");
     ASSERT_EQ(Pack(), "");
     const std::string first = Read(win + L"quorvane-1.2.3-ia32.zip");
-    job.architectures = {"x64"};
+    // An editor and a version control may leave them like this.
+    std::string sums = Read(dist + L"\\SHA256SUMS");
+    for (std::size_t end = 0; (end = sums.find('\n', end)) != std::string::npos; end += 2)
+        sums.insert(end, "\r");
+    WriteFileText(dist + L"\\SHA256SUMS", sums);
+    SetFileAttributesW((dist + L"\\QuorvaneSetup.exe").c_str(), FILE_ATTRIBUTE_READONLY);
+    job.architectures = {"x64", "x64"};
     job.baseUrl = "https://cdn.example/q";
     job.altUrl = "http://mirror.example:81";
     ASSERT_EQ(Pack(), "");
     ExpectChecksums();
+    EXPECT_FALSE(Exists(dist + L".1.tmp"));
     EXPECT_TRUE(Read(win + L"quorvane-1.2.3-ia32.zip") == first);
     nlohmann::json offers = ReadJson(win + L"manifest.json")["windows"];
     ASSERT_EQ(offers.size(), 2u);
@@ -169,23 +177,45 @@ TEST_F(PackTest, FailureLeavesTheFolderAsItWas) {
     with(&PackJob::out, app + L"\\dist", "lies in the application's folder");
     with(&PackJob::out, app + L"\\locales\\ü 例.pak", "is a file");
     with(&PackJob::out, folder / L"none\\dist", "lies in no folder");
+    with(&PackJob::out, FromHostPath(L"/usr/dist"), "the folder above it, where the work is done");
     with(&PackJob::architectures, std::vector<std::string>{"arm"}, "error: --arch: is \"arm\"");
     for (const char* url : {"example.com", "https://a/", "https://a b", "https://a?b"})
         with(&PackJob::altUrl, url, "error: --alt-url: is");
-    with(&PackJob::baseUrl, "https://" + std::string(1000, 'x'), "error: --base-url: is too long");
+    with(&PackJob::baseUrl, "https://x/" + std::string(1000, 'x'),
+         "error: --base-url: is too long");
     {
         // All has been made when its checksums cannot be had.
         const FailingCall noHash("bcrypt.dll", "BCryptFinishHash", &BCryptFinishHash, -1);
         expectUntouched("cannot be read back");
     }
+    {
+        // The checksum of what is made last is still being computed.
+        Findings findings;
+        PackPlan plan = CheckPack(job, findings);
+        plan.architectures.push_back("no\\where");
+        const Tree before = ReadTree(folder.path);
+        std::vector<PackedFile> files;
+        const std::string wrong = MakePack(job, plan, files);
+        EXPECT_EQ(wrong.rfind("download/win/quorvane-1.2.3-no\\where.zip: cannot be", 0), 0u)
+            << wrong;
+        EXPECT_TRUE(ReadTree(folder.path) == before);
+    }
+    WriteFileText(dist + L"\\download", "a file");
+    CreateDirectoryW((dist + L"\\QuorvaneSetup.exe").c_str(), nullptr);
+    expectUntouched("error: download: is a file");
+    expectUntouched("error: QuorvaneSetup.exe: is a folder");
+    RemoveTree(dist);
     ASSERT_EQ(Pack(), "");
     SetVersion("2.0.0");
-    const std::pair<std::wstring, const char*> lists[] = {
-        {dist + L"\\SHA256SUMS", "error: SHA256SUMS: "},
-        {win + L"manifest.json", "error: download/win/manifest"}};
-    for (const auto& [path, wrong] : lists) {
+    const std::string others =
+        R"({"version":"2.0.0","windows":[{"arch":"x64","url":"http://a/quor-2.0.0-x64.zip"}]})";
+    const std::tuple<std::wstring, std::string, const char*> lists[] = {
+        {dist + L"\\SHA256SUMS", "rubbish", "error: SHA256SUMS: "},
+        {win + L"manifest.json", "rubbish", "error: download/win/manifest"},
+        {win + L"manifest.json", others, "offers \"quor-2.0.0-x64.zip\" for x64; expected"}};
+    for (const auto& [path, content, wrong] : lists) {
         const std::string good = Read(path);
-        WriteFileText(path, "rubbish");
+        WriteFileText(path, content);
         expectUntouched(wrong);
         WriteFileText(path, good);
     }
@@ -195,21 +225,46 @@ TEST_F(PackTest, FailureLeavesTheFolderAsItWas) {
                                       FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
     const std::string wrong = Pack();
     CloseHandle(reader);
-    EXPECT_NE(wrong.find("SHA256SUMS: cannot be replaced"), std::string::npos) << wrong;
+    EXPECT_EQ(wrong.rfind("SHA256SUMS: cannot be replaced", 0), 0u) << wrong;
     EXPECT_TRUE(ReadTree(folder.path) == before);
+}
+
+TEST_F(PackTest, RemovesWhatADeadPackLeft) {
+    const std::wstring dead = folder / L"dist.1.tmp", alive = folder / L"dist.2.tmp",
+                       foreign = folder / L"dist.3.tmp";
+    WriteFileText(dead + L"\\pack.lock", "");
+    WriteFileText(dead + L"\\download\\win\\half.zip", "half");
+    WriteFileText(alive + L"\\pack.lock", "");
+    WriteFileText(alive + L"\\half.exe", "half");
+    WriteFileText(foreign + L"\\notes.txt", "a user's");
+    const HANDLE lock =
+        CreateFileW((alive + L"\\pack.lock").c_str(), GENERIC_READ | GENERIC_WRITE,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_TRUE(LockFile(lock, 0, 0, 1, 0));
+    EXPECT_EQ(Pack(), "");
+    EXPECT_FALSE(Exists(dead));
+    EXPECT_TRUE(Exists(alive + L"\\half.exe"));
+    EXPECT_TRUE(Exists(foreign + L"\\notes.txt"));
+    CloseHandle(lock);
+    EXPECT_EQ(Pack(), "");
+    EXPECT_FALSE(Exists(alive));
 }
 
 TEST_F(PackTest, CommandLine) {
     const std::wstring program = L"\"" + FromHostPath(Widen(PACK_PROGRAM)) + L"\"";
-    const std::wstring all = L" --product \"" + Widen(PRODUCTS_FOLDER) +
-                             L"/quorvane\" --app app --out dist --base \"" + Widen(SAMPLE_BASE) +
-                             L"\"";
+    const std::wstring given = L" --product \"" + Widen(PRODUCTS_FOLDER) +
+                               L"/quorvane\" --app app --base \"" + Widen(SAMPLE_BASE) + L"\"",
+                       all = given + L" --out dist";
     const fs::path before = fs::current_path();
     fs::current_path(folder.path);
-    const std::pair<std::wstring, int> calls[] = {
-        {L" --help", 0},           {L"", 2},
-        {all + L" --arch", 2},     {all + L" --colour blue", 2},
-        {all + L" --arch arm", 1}, {all + L" --check", 0}};
+    const std::pair<std::wstring, int> calls[] = {{L" --help", 0},
+                                                  {L"", 2},
+                                                  {all + L" --arch", 2},
+                                                  {all + L" --colour blue", 2},
+                                                  {all + L" --arch arm", 1},
+                                                  {all + L" --check", 0},
+                                                  {given, 2},
+                                                  {given + L" --check", 0}};
     for (const auto& [arguments, code] : calls)
         EXPECT_EQ(ExitCodeOf(program + arguments), code) << Narrow(arguments);
     EXPECT_FALSE(Exists(dist));

@@ -29,17 +29,19 @@ std::string ReadResource(const std::wstring& path, const wchar_t* type, unsigned
     const HMODULE module = LoadLibraryExW(path.c_str(), nullptr, loading);
     const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(id), type);
     std::string data = "none";
-    if (found != nullptr)
+    if (found != nullptr) {
         data.assign(static_cast<const char*>(LockResource(LoadResource(module, found))),
                     SizeofResource(module, found));
+    }
     FreeLibrary(module);
     return data;
 }
 
 std::string Lines(const Findings& findings) {
     std::string lines;
-    for (const Finding& finding : findings)
+    for (const Finding& finding : findings) {
         lines += FormatFinding(finding) + "\n";
+    }
     return lines;
 }
 
@@ -58,8 +60,9 @@ int ExitCodeOf(std::wstring commandLine) {
     DWORD code = static_cast<DWORD>(-1);
     if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                        &startup, &process)) {
-        if (WaitForSingleObject(process.hProcess, 20000) != WAIT_OBJECT_0)
+        if (WaitForSingleObject(process.hProcess, 20000) != WAIT_OBJECT_0) {
             TerminateProcess(process.hProcess, code);
+        }
         GetExitCodeProcess(process.hProcess, &code);
         CloseHandle(process.hThread);
         CloseHandle(process.hProcess);
@@ -127,10 +130,15 @@ std::string MakePng(unsigned width, unsigned height, unsigned channels,
            Chunk("IEND", "");
 }
 
+std::string SealPngHeader(std::string png) {
+    return png.replace(8, 25, Chunk("IHDR", png.substr(16, 13)));
+}
+
 unsigned PaintTrack(unsigned x, unsigned y) {
     // Uneven within what a track may deviate, so that a wrong guess at a neighbour adds up.
     const unsigned noise = ((x * 7919 + y * 104729) * 2654435761u >> 16) % 7 * 0x01010100;
-    if (x >= 90 && x <= 410 && y >= 176 && y <= 190)
+    if (x >= 90 && x <= 410 && y >= 176 && y <= 190) {
         return 0xE2E4E0FF + noise;
+    }
     return (x >= 89 && x <= 411 && y >= 175 && y <= 191 ? 0xB7B9B6FF : 0xF0F2F4FF) + noise;
 }

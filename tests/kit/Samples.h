@@ -36,5 +36,8 @@ void ExpectOnly(const Findings& findings, const std::string& start, const std::s
 std::string MakePng(unsigned width, unsigned height, unsigned channels,
                     const std::function<unsigned(unsigned x, unsigned y)>& paint);
 
+/// The same picture with the right checksum behind its header.
+std::string SealPngHeader(std::string png);
+
 /// An uneven light grey with the bar's track where the window needs it.
 unsigned PaintTrack(unsigned x, unsigned y);

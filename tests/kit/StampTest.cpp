@@ -66,7 +66,7 @@ TEST(Stamp, ProgramFindsItsProduct) {
     EXPECT_EQ(ExitCodeOf(L"\"" + out + L"\""),
               static_cast<int>(product.identity.displayName.size()));
     EXPECT_EQ(ReadResource(out, L"PNG", IDR_BACKGROUND), product.picture);
-    EXPECT_EQ(ReadResource(out, RT_RCDATA, IDB_BAR), "one of the program's own resources");
+    EXPECT_EQ(ReadResource(out, RT_BITMAP, IDB_BAR), "one of the program's own resources");
     // The second time as the running program sees it: mapped as an image, sections at their places.
     for (const DWORD loading : {LOAD_LIBRARY_AS_DATAFILE, LOAD_LIBRARY_AS_IMAGE_RESOURCE})
         EXPECT_TRUE(ReadResource(out, L"DISTR", IDR_ARCHIVE, loading) == archive) << loading;
@@ -116,6 +116,7 @@ TEST(Stamp, FailureLeavesNothing) {
         {stamped, L"", "stamped.exe: is stamped already"},
         {folder / L"none.exe", L"", "none.exe: the base executable cannot be opened"},
         {text, L"", "text.exe: the base executable cannot be opened"},
+        {FromHostPath(Widen(STAMP_PROGRAM)), L"", "is another program"},
     };
     for (const auto& [base, archive, expected] : unfit) {
         const std::string wrong = CheckStampJob({base, archive, L""});

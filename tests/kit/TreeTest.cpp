@@ -10,6 +10,7 @@
 #include "kit/Checksums.h"
 #include "kit/Files.h"
 #include "kit/Sha256.h"
+#include "kit/Stamp.h"
 #include "kit/UpdateManifest.h"
 #include "Samples.h"
 #include "support/Scratch.h"
@@ -39,7 +40,7 @@ TEST(Entries, Checks) {
         {{{L"a/blank "}}, "error: a/blank : ", "no blank"},
         {{{L"a:b"}}, "error: a:b: ", "none of < >"},
         {{{L"a\\b"}}, "error: a\\b: ", "none of < >"},
-        {{{L"a\x1f"}}, "error: a\x1f: ", "control"},
+        {{{L"a\x1f"}}, "error: a\\u001f: ", "control"},
         {{{L"l", false, true}}, "error: l: ", "is a link"},
         {{{L"Ärger/a"}, {L"ärger/A"}}, "error: ärger/A: ", "the same to Windows as Ärger/a"},
         {{{L"a", false, false, 0xFFFFFFFE, 5}}},
@@ -53,8 +54,9 @@ TEST(Entries, Checks) {
         ExpectOnly(findings, start, expected);
     }
     std::vector<AppEntry> many;
-    for (unsigned i = 0; i < 65535; ++i)
+    for (unsigned i = 0; i < 65535; ++i) {
         many.push_back({std::to_wstring(i)});
+    }
     Findings findings;
     CheckAppEntries(many, L"a", "1.2.3", findings);
     ExpectOnly(findings, "error: application: entries: ", "are 65535");
@@ -67,6 +69,17 @@ TEST(App, Checks) {
         std::memcpy(&other[*reinterpret_cast<const unsigned*>(&program[0x3c]) + 4], &machine, 2);
         return other;
     };
+    Product product;
+    product.identity.displayName = L"Ä B";
+    product.identity.guid = L"{7D2E41C6-3A95-4B08-9E1F-62C8D07AB513}";
+    const ScratchFolder made;
+    const auto makeSetup = [&made](const Product& whose) {
+        std::vector<StampedPart> parts;
+        EXPECT_EQ(StampProduct({sampleBase, L"", made / L"setup.exe"}, whose, parts), "");
+        return Read(made / L"setup.exe");
+    };
+    Product other = product;
+    other.identity.guid[1] = L'8';
     const std::wstring starter = L"Ä BStarter.exe", package = L"resources\\app\\package.json";
     struct Case {
         std::wstring file;
@@ -80,9 +93,19 @@ TEST(App, Checks) {
         {starter, "MZ", "no Windows program"},
         {starter, programFor(0x8664), "", {"x64"}},
         {starter, programFor(0x8664), "64-bit program", {"x64", "ia32"}},
+        {starter, programFor(0x8664), "64-bit program"},
+        {L"syspin.exe", programFor(0x8664), "64-bit program"},
+        {L"Ä B.exe", programFor(0x8664), ""},
+        {L"Ä B.exe", programFor(0x8664), "64-bit program", {"ia32"}},
+        {L"Ä B.exe", programFor(0xaa64), "another processor"},
+        {L"Ä B.exe", "-", "or --arch"},
         {starter, programFor(0xaa64), "another processor"},
         {L"syspin.exe", "-", "expected the pin tool"},
         {L"uninstall.exe", "text", "no Windows program"},
+        {L"uninstall.exe", program, "is no setup program"},
+        {L"uninstall.exe", makeSetup(other), "of Ä B {8D2E41C6-"},
+        {L"uninstall.exe", makeSetup(product) + "signed", "as it is", {}, "warning: "},
+        {L".git", "gitdir", "version control", {}, "warning: "},
         {L"Ä B.exe", "-", "waits for", {"x64"}, "warning: "},
         {package, "-", "cannot be read"},
         {package, "[]", "no JSON object"},
@@ -91,30 +114,40 @@ TEST(App, Checks) {
         {package, "\xEF\xBB\xBF{\"version\":\"0.10.999\"}"},
         {package, R"({"version":"1.2.3","windows":[]})", "no such key"},
     };
-    for (const char* version : {"1.2", "1.2.3.4", "1.2.3-beta", "1.02.3", "1.2.1000", "1..3"})
+    for (const char* version : {"1.2", "1.2.3.4", "1.2.3-beta", "1.02.3", "1.2.1000", "1..3"}) {
         cases.push_back(
             {package, std::string("{\"version\":\"") + version + "\"}", "three numbers up to 999"});
+    }
     for (const auto& [file, content, expected, architectures, level] : cases) {
         const ScratchFolder folder;
-        for (const wchar_t* name : {L"Ä BStarter.exe", L"Ä B.exe", L"syspin.exe"})
+        for (const wchar_t* name : {L"Ä BStarter.exe", L"Ä B.exe", L"syspin.exe"}) {
             WriteFileText(folder / name, program);
+        }
         WriteFileText(folder / package, R"({"version":"1.2.3"})");
-        if (content == "-")
+        if (content == "-") {
             EXPECT_TRUE(DeleteFileW((folder / file).c_str()));
-        else
+        } else {
             WriteFileText(folder / file, content);
+        }
         Findings findings;
-        ReadAppFolder(folder.path, L"Ä B", architectures, findings);
+        ReadAppFolder(folder.path, product.identity, architectures, findings);
         const std::string name = file == package ? "resources/app/package.json" : Narrow(file);
         ExpectOnly(findings, *expected == '\0' ? "" : level + name + ": ", expected);
     }
+    // Without a name nothing is said of programs that have it; the application may lie deeper.
     const ScratchFolder folder;
-    WriteFileText(folder / L"deep\\held.bin", "x");
+    for (const wchar_t* name : {L"deep\\held.bin", L"deep\\Ä B.exe", L"Ä BStarter.exe"}) {
+        WriteFileText(folder / name, programFor(0x8664));
+    }
+    WriteFileText(folder / L"syspin.exe", program);
+    WriteFileText(folder / package, R"({"version":"1.2.3"})");
     const HeldOpen held(folder / L"deep\\held.bin");
-    Findings findings;
-    ReadAppFolder(folder.path, L"A", {}, findings);
-    EXPECT_NE(Lines(findings).find("deep/held.bin: cannot be opened"), std::string::npos)
-        << Lines(findings);
+    for (const Identity& identity : {Identity(), product.identity}) {
+        Findings findings;
+        EXPECT_EQ(ReadAppFolder(folder.path, identity, {}, findings).arch,
+                  identity.displayName.empty() ? "" : "x64");
+        ExpectOnly(findings, "error: deep/held.bin: ", "cannot be opened");
+    }
 }
 
 TEST(Lists, Manifest) {
