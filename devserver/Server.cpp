@@ -1,6 +1,19 @@
 #include "Server.h"
 
+#include <cerrno>
 #include <csignal>
+
+namespace {
+
+// To be asked right after the port was refused.
+std::string DescribeRefusal(int port) {
+    const bool isTaken = errno == EADDRINUSE;
+    return "port " + std::to_string(port) +
+           (isTaken ? " is in use by another program; --port 0 takes a free one"
+                    : " cannot be had");
+}
+
+}  // namespace
 
 DevServer::~DevServer() {
     Stop();
@@ -27,7 +40,7 @@ std::string DevServer::Start(const ServerSettings& settings) {
     http_ = std::make_unique<Listener>(state_.log, state_.faults, stop_, nullptr);
     AddRoutes(*http_, state_);
     if (!http_->Start(settings.port)) {
-        return "port " + std::to_string(settings.port) + " cannot be had";
+        return DescribeRefusal(settings.port);
     }
     if (!settings.httpsPort) {
         return {};
@@ -40,7 +53,7 @@ std::string DevServer::Start(const ServerSettings& settings) {
     https_ = std::make_unique<Listener>(state_.log, state_.faults, stop_, tls_.get());
     AddRoutes(*https_, state_);
     if (!https_->Start(*settings.httpsPort)) {
-        return "port " + std::to_string(*settings.httpsPort) + " cannot be had";
+        return DescribeRefusal(*settings.httpsPort);
     }
     return {};
 }
