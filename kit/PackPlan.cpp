@@ -14,7 +14,8 @@ namespace {
 
 constexpr const char* archiveFolder = "download/win/";
 constexpr std::uint32_t longestList = 16 << 20;
-// The installer takes an address of fewer than 1024 characters.
+// The installer takes an address of fewer than 1024 characters. It is measured with the name of the
+// longest architecture.
 constexpr std::size_t longestUrl = 1023;
 
 /// How the names of this product's archives of this version begin.
@@ -46,7 +47,6 @@ void CheckUrl(const PackPlan& plan, const char* option, const std::string& url,
               Findings& findings) {
     if (const char* expected = JudgeUrl(Widen(url))) {
         AddError(findings, option, "", "is \"" + url + "\"; " + expected);
-        // Longer than any architecture's.
     } else if (url.size() + 1 + ArchiveName(plan, "ia32").size() > longestUrl) {
         AddError(findings, option, "", "is too long; expected addresses below 1024 characters");
     }
@@ -143,7 +143,7 @@ PackPlan CheckPack(const PackJob& job, Findings& findings) {
     if (!job.out.empty()) {
         CheckPlace(job, plan, findings);
     }
-    // What it holds is judged by both.
+    // Made for their findings on what stands there already.
     if (!plan.app.version.empty() && !identity.slug.empty()) {
         MakeManifest(job, plan, "", findings);
     }
