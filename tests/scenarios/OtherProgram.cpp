@@ -22,6 +22,14 @@ OtherProgram::OtherProgram(const std::wstring& exeName, DWORD except) {
 }
 
 std::wstring OtherProgram::CommandLine() const {
+    std::wstring line;
+    // A process is listed before it has written down how it was called.
+    EXPECT_TRUE(WaitUntil([&] { return !(line = ReadCommandLine()).empty(); }))
+        << "no command line";
+    return line;
+}
+
+std::wstring OtherProgram::ReadCommandLine() const {
     // 32-bit: the PEB holds the address of the parameters at offset 16, those the command line's
     // counted string at offset 64.
     PROCESS_BASIC_INFORMATION basic{};

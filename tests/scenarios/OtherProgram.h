@@ -14,11 +14,14 @@ class OtherProgram : public ScenarioProcess {
     /// the test when none comes.
     explicit OtherProgram(const std::wstring& exeName, DWORD except = 0);
 
-    /// As it was started with.
+    /// As it was started with; a failure of the test when it has none.
     std::wstring CommandLine() const;
 
     /// It has a handle of that process open, as one that waits for its end.
     bool HasHandleOf(DWORD otherId) const;
+
+  private:
+    std::wstring ReadCommandLine() const;
 };
 
 /// Waits until no program with this file name runs; a failure of the test when one stays.
