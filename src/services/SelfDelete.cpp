@@ -24,18 +24,24 @@ constexpr char script[] =
 constexpr unsigned scriptLength = sizeof script - 1;
 static_assert(scriptLength == 212);
 
+HRESULT FormatArguments(const wchar_t* path, wchar_t (&arguments)[260]) {
+    return StringCchPrintfW(arguments, 260, L"%u \"%s\" >nul 2>nul",
+                            static_cast<unsigned>(GetCurrentProcessId()), path);
+}
+
 // The script puts %2, which comes in quotes, into quotes once more, so that `del` sees it without
 // any, and what is special to the command processor ends or splits it. A file with such a path gets
-// a plain name in the script's folder first, which a program that runs can be given too. Where that
-// fails the path has to do as it is.
-const wchar_t* MakePlain(const wchar_t* path, const wchar_t* temp, wchar_t (&name)[64]) {
-    const auto id = static_cast<unsigned>(GetCurrentProcessId());
+// a plain name in the script's folder, which a program that runs can be given too. Where that fails
+// the path has to do as it is.
+void MovePlainly(const wchar_t* path, const wchar_t* temp, wchar_t (&arguments)[260]) {
+    wchar_t name[64];
     wchar_t moved[260];
-    const bool isMoved = wcspbrk(path, L" &()[]{}^=;!'+,`%") != nullptr &&
-                         SUCCEEDED(StringCchPrintfW(name, 64, L"lumentra.selfdel.%u.exe", id)) &&
-                         SUCCEEDED(StringCchPrintfW(moved, 260, L"%s%s", temp, name)) &&
-                         MoveFileExW(path, moved, MOVEFILE_REPLACE_EXISTING);
-    return isMoved ? name : path;
+    if (SUCCEEDED(StringCchPrintfW(name, 64, L"lumentra.selfdel.%u.exe",
+                                   static_cast<unsigned>(GetCurrentProcessId()))) &&
+        SUCCEEDED(StringCchPrintfW(moved, 260, L"%s%s", temp, name)) &&
+        MoveFileExW(path, moved, MOVEFILE_REPLACE_EXISTING)) {
+        FormatArguments(name, arguments);
+    }
 }
 
 }  // namespace
@@ -47,20 +53,19 @@ void SelfDelete(const wchar_t* path) {
         return;
     }
     wchar_t scriptPath[260];
-    wchar_t name[64];
     wchar_t arguments[260];
-    if (FAILED(StringCchPrintfW(scriptPath, 260, L"%slumentra.selfdel.cmd", temp))) {
-        return;
-    }
-    const wchar_t* plain = MakePlain(path, temp, name);
-    if (FAILED(StringCchPrintfW(arguments, 260, L"%u \"%s\" >nul 2>nul",
-                                static_cast<unsigned>(GetCurrentProcessId()), plain))) {
+    if (FAILED(StringCchPrintfW(scriptPath, 260, L"%slumentra.selfdel.cmd", temp)) ||
+        FAILED(FormatArguments(path, arguments))) {
         return;
     }
     SHRemoveObject(scriptPath, false);
     if (WriteBufferToFile(script, scriptLength, scriptPath) < 0) {
         SHRemoveObject(scriptPath, false);
         return;
+    }
+    // Only now: without the script nothing would delete it under its new name.
+    if (wcspbrk(path, L" &()[]{}^=;!'+,`%") != nullptr) {
+        MovePlainly(path, temp, arguments);
     }
     ExecuteApp(scriptPath, arguments, CREATE_NO_WINDOW, false);
 }

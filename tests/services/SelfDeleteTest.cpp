@@ -8,18 +8,6 @@
 
 namespace {
 
-constexpr char scriptText[] =
-    ":waitforpid\r\n"
-    "tasklist /fi \"pid eq %1\" 2>nul | findstr \"%1\" >nul\r\n"
-    "if %ERRORLEVEL%==0 (\r\n"
-    "  timeout /t 1 /nobreak >nul\r\n"
-    "  goto :waitforpid\r\n"
-    ")\r\n"
-    "del /q /f \"%2\"\r\n"
-    "del /q /f /a:h \"%2\"\r\n"
-    "del /q /f \"%0\"\r\n"
-    "del /q /f /a:h \"%0\"";
-
 class SelfDeleteTest : public testing::Test {
   protected:
     const Scene scene;
@@ -29,23 +17,37 @@ class SelfDeleteTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(SelfDeleteTest, LeavesAHiddenScriptBehind) {
+// What the script does is seen in the scenarios.
+TEST_F(SelfDeleteTest, StartsTheScriptHiddenOnAPlainPath) {
+    const std::wstring plain = scene / L"Name.uninstall.exe", special = scene / L"A & B.exe";
+    const std::wstring missing = L"C:\\Te mp\\Name.uninstall.exe";
+    const std::wstring id = std::to_wstring(GetCurrentProcessId());
+    const std::wstring moved = L"lumentra.selfdel." + id + L".exe";
+    WriteFileText(special, "of this run");
+    WriteFileText(scene / moved, "left by another one with this id");
     // Longer than the script, and hidden.
     WriteFileText(script, std::string(300, 'x'));
     SetFileAttributesW(script.c_str(), FILE_ATTRIBUTE_HIDDEN);
-    SelfDelete(L"C:\\Te mp\\Name.uninstall.exe");
-    EXPECT_EQ(ReadFileText(script), scriptText);
+    std::vector<std::wstring> expected;
+    for (const auto& [path, named] :
+         {std::pair{plain, plain}, {special, moved}, {missing, missing}}) {
+        SelfDelete(path.c_str());
+        expected.push_back(L"hidden \"" + script + L"\" " + id + L" \"" + named + L"\" >nul 2>nul");
+    }
+    EXPECT_EQ(scene.started, expected);
+    EXPECT_EQ(ReadFileText(script).size(), 212U);
     EXPECT_EQ(GetFileAttributesW(script.c_str()) & FILE_ATTRIBUTE_HIDDEN, 0u);
-    EXPECT_EQ(scene.started,
-              std::vector{L"hidden \"" + script + L"\" " + std::to_wstring(GetCurrentProcessId()) +
-                          L" \"C:\\Te mp\\Name.uninstall.exe\" >nul 2>nul"});
+    EXPECT_FALSE(Exists(special));
+    EXPECT_EQ(ReadFileText(scene / moved), "of this run");
 }
 
 TEST_F(SelfDeleteTest, StartsNothingWithoutAScript) {
     {
         const FailingCall full("kernel32.dll", "WriteFile", &WriteFile, FALSE);
-        SelfDelete(L"C:\\x.exe");
+        WriteFileText(scene / L"A & B.exe", "");
+        SelfDelete((scene / L"A & B.exe").c_str());
         EXPECT_FALSE(Exists(script)) << "a part of it stays";
+        EXPECT_TRUE(Exists(scene / L"A & B.exe")) << "moved without a script";
     }
     // Separator, name and terminator take 22 of the 260 characters.
     const std::wstring longest = L"C:\\" + std::wstring(235, L'a');
