@@ -2,7 +2,6 @@
 // several scripts, random texts, pictures of random sizes and icons. SAMPLE is a product's folder
 // whose texts they vary. The same call makes the same folders.
 #include <windows.h>
-#include <zlib.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -16,11 +15,13 @@
 #include "kit/Console.h"
 #include "kit/Files.h"
 #include "kit/Folders.h"
+#include "kit/Images.h"
+#include "resources/WindowLayout.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-/// The colour at x, y as 0xRRGGBBAA.
+/// The colour at x, y as 0xAARRGGBB.
 using Paint = std::function<std::uint32_t(unsigned x, unsigned y)>;
 
 constexpr const char* names[] = {
@@ -29,44 +30,23 @@ constexpr const char* names[] = {
     "İstanbul Işığı",  "Đường phố",   "Zażółć gęślą", "Emoji 😀 Box",    "O'Neil (beta) + co",
 };
 
-std::string Big32(std::uint32_t value) {
-    return {static_cast<char>(value >> 24), static_cast<char>(value >> 16),
-            static_cast<char>(value >> 8), static_cast<char>(value)};
-}
-
-std::string Chunk(const std::string& kind, const std::string& data) {
-    const std::string body = kind + data;
-    const uLong sum =
-        crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
-    return Big32(static_cast<std::uint32_t>(data.size())) + body +
-           Big32(static_cast<std::uint32_t>(sum));
-}
-
 std::string MakePng(unsigned width, unsigned height, const Paint& paint) {
-    std::string rows;
+    Pixels pixels = {static_cast<int>(width), static_cast<int>(height), {}};
     for (unsigned y = 0; y < height; ++y) {
-        rows += '\0';  // no filter
         for (unsigned x = 0; x < width; ++x) {
-            rows += Big32(paint(x, y));
+            pixels.rows.push_back(paint(x, y));
         }
     }
-    uLongf size = compressBound(static_cast<uLong>(rows.size()));
-    std::string packed(size, '\0');
-    compress(reinterpret_cast<Bytef*>(packed.data()), &size,
-             reinterpret_cast<const Bytef*>(rows.data()), static_cast<uLong>(rows.size()));
-    packed.resize(size);
-    return "\x89PNG\r\n\x1a\n" +
-           Chunk("IHDR", Big32(width) + Big32(height) + std::string("\x08\x06\0\0\0", 5)) +
-           Chunk("IDAT", packed) + Chunk("IEND", "");
+    return EncodePng(pixels, true);
 }
 
 /// Stripes of two colours, and noise in a third of the pictures, which does not pack.
 Paint MakePaint(std::mt19937& random) {
-    const std::uint32_t first = random() | 0xFF, second = random() | 0xFF;
+    const std::uint32_t first = random() | 0xFF000000, second = random() | 0xFF000000;
     const unsigned width = random() % 60 + 1, slope = random() % 4;
     const bool isNoisy = random() % 3 == 0;
     return [=](unsigned x, unsigned y) {
-        const std::uint32_t noise = isNoisy ? (x * 7919 + y * 104729) * 2654435761u >> 8 << 8 : 0;
+        const std::uint32_t noise = isNoisy ? (x * 7919 + y * 104729) * 2654435761u >> 8 : 0;
         return ((x + y * slope) / width % 2 == 0 ? first : second) ^ noise;
     };
 }
@@ -74,10 +54,11 @@ Paint MakePaint(std::mt19937& random) {
 /// The field that the progress bar grows over, with its frame.
 Paint WithTrack(const Paint& paint) {
     return [paint](unsigned x, unsigned y) {
-        if (x >= 90 && x <= 410 && y >= 176 && y <= 190) {
-            return 0xE5E7E3FFu;
+        const unsigned column = x + 1 - barLeft, row = y + 1 - barTop;  // with the frame
+        if (column >= 1 && column <= barTrackWidth && row >= 1 && row <= barHeight) {
+            return 0xFFE5E7E3u;
         }
-        return x >= 89 && x <= 411 && y >= 175 && y <= 191 ? 0xBABCB9FFu : paint(x, y);
+        return column < barTrackWidth + 2 && row < barHeight + 2 ? 0xFFBABCB9u : paint(x, y);
     };
 }
 
@@ -112,13 +93,7 @@ std::string MakeIcon(const Paint& paint) {
 }
 
 void Write(const std::wstring& path, const std::string& content) {
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    DWORD written = 0;
-    const bool isWritten =
-        WriteFile(file, content.data(), static_cast<DWORD>(content.size()), &written, nullptr) != 0;
-    CloseHandle(file);
-    if (!isWritten) {
+    if (content.empty() || WriteWholeFile(path, content) != 0) {
         PrintErrorLine("make_products: cannot write " + Narrow(path));
         std::exit(1);
     }

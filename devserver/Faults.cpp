@@ -1,155 +1,109 @@
 #include "Faults.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <fstream>
 #include <nlohmann/json.hpp>
-#include <utility>
+#include <stdexcept>
 
-namespace {
-
+namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
-constexpr std::pair<const char*, FaultKind> kNames[] = {
-    {"refuse", FaultKind::refuse},    {"404", FaultKind::notFound}, {"500", FaultKind::serverError},
-    {"cut", FaultKind::cut},          {"slow", FaultKind::slow},    {"stall", FaultKind::stall},
-    {"redirect", FaultKind::redirect}};
+// cppcheck-suppress unknownMacro ; the library's headers are not read
+NLOHMANN_JSON_SERIALIZE_ENUM(FaultKind, {{FaultKind::Unknown, nullptr},
+                                         {FaultKind::Refuse, "refuse"},
+                                         {FaultKind::NotFound, "404"},
+                                         {FaultKind::ServerError, "500"},
+                                         {FaultKind::Cut, "cut"},
+                                         {FaultKind::Slow, "slow"},
+                                         {FaultKind::Stall, "stall"},
+                                         {FaultKind::Redirect, "redirect"},
+                                         {FaultKind::NoLength, "no-length"}})
 
-std::string ReadText(const Json& value, std::string& field) {
-    if (!value.is_string()) {
-        return "must be a text";
-    }
-    field = value.get<std::string>();
-    const auto isControl = [](unsigned char byte) { return byte < 0x20; };
-    return std::any_of(field.begin(), field.end(), isControl) ? "holds a control character" : "";
+std::string FaultName(FaultKind kind) {
+    return Json(kind);
 }
 
-std::string ReadNumber(const Json& value, int64_t least, int64_t& field) {
-    if (!value.is_number_integer() || value.get<int64_t>() < least) {
-        return "must be a whole number, " + std::to_string(least) + " or more";
-    }
-    field = value.get<int64_t>();
-    return {};
-}
-
-std::string ReadKind(const Json& value, FaultKind& kind) {
-    for (const auto& [name, named] : kNames) {
-        if (value == name) {
-            kind = named;
-            return {};
-        }
-    }
-    return "must be one of refuse, 404, 500, cut, slow, stall, redirect";
-}
-
-std::string ReadField(const std::string& key, const Json& value, FaultRule& rule) {
-    int64_t number = 0;
-    std::string wrong;
-    if (key == "path") {
-        wrong = ReadText(value, rule.path);
-    } else if (key == "to") {
-        wrong = ReadText(value, rule.to);
-    } else if (key == "fault") {
-        wrong = ReadKind(value, rule.kind);
-    } else if (key == "count") {
-        wrong = ReadNumber(value, -1, rule.count);
-        if (wrong.empty() && rule.count == 0) {
-            wrong = "must not be 0";
-        }
-    } else if (key == "bytes_per_second") {
-        wrong = ReadNumber(value, 1, number);
-        rule.bytesPerSecond = static_cast<uint64_t>(number);
-    } else if (key == "after") {
-        wrong = ReadNumber(value, 0, number);
-        rule.after = static_cast<uint64_t>(number);
-    } else {
-        wrong = "is not known";
-    }
-    return wrong.empty() ? wrong : key + " " + wrong;
-}
-
-std::string ReadRule(const Json& object, FaultRule& rule) {
-    rule = FaultRule{};
-    if (!object.is_object()) {
-        return "a fault is a JSON object";
-    }
-    if (!object.contains("fault")) {
-        return "fault is missing";
-    }
+FaultRule ParseFault(const std::string& text) {
+    const Json object = Json::parse(text);
     for (const auto& [key, value] : object.items()) {
-        if (std::string wrong = ReadField(key, value, rule); !wrong.empty()) {
-            return wrong;
+        const auto keys = {"path", "fault", "count", "bytes_per_second", "after", "to"};
+        if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+            throw std::invalid_argument(key + " is not known");
         }
     }
-    if (rule.path.empty() || rule.path[0] != '/') {
-        return "path must begin with /";
-    }
-    if (rule.kind == FaultKind::redirect && rule.to.empty()) {
-        return "redirect needs to";
-    }
-    try {
-        rule.pattern = std::regex(rule.path);
-    } catch (const std::regex_error&) {
-        return "path is no valid expression";
-    }
-    return {};
-}
-
-}  // namespace
-
-const char* FaultName(FaultKind kind) {
-    for (const auto& [name, named] : kNames) {
-        if (named == kind) {
-            return name;
+    FaultRule rule;
+    rule.path = object.at("path").get<std::string>();
+    rule.kind = object.at("fault").get<FaultKind>();
+    rule.count = object.value("count", rule.count);
+    rule.bytesPerSecond = object.value("bytes_per_second", rule.bytesPerSecond);
+    rule.after = object.value("after", rule.after);
+    rule.to = object.value("to", rule.to);
+    rule.pattern = rule.path;
+    const std::pair<bool, const char*> faults[] = {
+        {!rule.path.starts_with('/'), "path must begin with /"},
+        {rule.kind == FaultKind::Unknown, "there is no such fault"},
+        {rule.count == 0 || rule.count < -1, "count must be 1 or more, or -1"},
+        {rule.bytesPerSecond < 1, "bytes_per_second must be 1 or more"},
+        {rule.after < 0, "after must be 0 or more"},
+        {rule.kind == FaultKind::Redirect && rule.to.empty(), "redirect needs to"}};
+    for (const auto& [isWrong, why] : faults) {
+        if (isWrong) {
+            throw std::invalid_argument(why);
         }
     }
-    return "";
+    return rule;
 }
 
-std::string ParseFaultJson(std::string_view text, FaultRule& rule) {
-    return ReadRule(Json::parse(text, nullptr, false), rule);
-}
-
-std::string ParseFaultOption(std::string_view text, FaultRule& rule) {
-    Json object = Json::object();
-    while (!text.empty()) {
-        const std::string_view pair = text.substr(0, text.find(','));
-        text.remove_prefix(std::min(text.size(), pair.size() + 1));
-        const size_t equals = pair.find('=');
-        if (equals == std::string_view::npos) {
-            return "\"" + std::string(pair) + "\" is no key=value";
-        }
-        const std::string key(pair.substr(0, equals));
-        const std::string value(pair.substr(equals + 1));
-        const bool isText = key == "path" || key == "fault" || key == "to";
-        // What is no number stays a text, and is then refused like one.
-        const Json number = isText ? Json() : Json::parse(value, nullptr, false);
-        object[key] = number.is_number() ? number : Json(value);
+void Faults::ReadAgain() {
+    std::error_code failed;
+    const std::pair now(fs::last_write_time(followed, failed), fs::file_size(followed, failed));
+    if (now == stamp) {
+        return;
     }
-    return ReadRule(object, rule);
+    std::vector<FaultRule> read;
+    std::ifstream lines(followed);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find_first_not_of(" \t\r") != std::string::npos) {
+            read.push_back(ParseFault(line));
+        }
+    }
+    rules = std::move(read);
+    stamp = now;
+}
+
+void Faults::Follow(const fs::path& file) {
+    const std::lock_guard lock(mutex);
+    followed = file;
+    ReadAgain();
 }
 
 void Faults::Add(FaultRule rule) {
-    const std::lock_guard lock(mutex_);
-    rules_.push_back(std::move(rule));
+    const std::lock_guard lock(mutex);
+    rules.push_back(std::move(rule));
 }
 
 std::optional<FaultRule> Faults::Take(const std::string& path) {
-    const std::lock_guard lock(mutex_);
-    for (FaultRule& rule : rules_) {
-        if (rule.count == 0) {
+    const std::lock_guard lock(mutex);
+    if (!followed.empty()) {
+        try {
+            ReadAgain();
+        } catch (const std::exception& wrong) {
+            std::fprintf(stderr, "devserver: %s: %s\n", followed.c_str(), wrong.what());
+        }
+    }
+    for (FaultRule& rule : rules) {
+        const bool fits = path.starts_with(rule.path) || std::regex_match(path, rule.pattern);
+        if (!fits || rule.count == 0) {
             continue;
         }
-        if (!path.starts_with(rule.path) && !std::regex_match(path, rule.pattern)) {
-            continue;
-        }
-        if (rule.count > 0) {
-            --rule.count;
-        }
+        rule.count -= rule.count > 0 ? 1 : 0;
         return rule;
     }
     return std::nullopt;
 }
 
 void Faults::Clear() {
-    const std::lock_guard lock(mutex_);
-    rules_.clear();
+    const std::lock_guard lock(mutex);
+    rules.clear();
 }

@@ -1,106 +1,75 @@
-#include <charconv>
 #include <cstdio>
+#include <cxxopts.hpp>
+#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "ReportList.h"
 
+using Json = nlohmann::json;
+
 namespace {
 
-constexpr const char* kUsage =
-    "reports DIR [--show N] [--json]     lists the error reports that the server stored in DIR\n"
-    "  --show N    one of them whole\n"
-    "  --json      as JSON\n";
-
-struct Call {
-    std::string folder;
-    unsigned number = 0;
-    bool asJson = false;
-};
-
-int Fail(int code, const std::string& why) {
-    std::fprintf(stderr, "reports: %s\n", why.c_str());
-    return code;
-}
-
-std::string ParseCall(const std::vector<std::string>& arguments, Call& call) {
-    for (size_t at = 0; at < arguments.size(); ++at) {
-        const std::string& argument = arguments[at];
-        if (argument == "--json") {
-            call.asJson = true;
-        } else if (argument == "--show") {
-            const std::string value = at + 1 < arguments.size() ? arguments[++at] : "";
-            const char* end = value.data() + value.size();
-            const auto [stop, failed] = std::from_chars(value.data(), end, call.number);
-            if (failed != std::errc() || stop != end || call.number == 0) {
-                return "--show needs the number of a report";
-            }
-        } else if (argument.starts_with("-") || !call.folder.empty()) {
-            return "unknown argument " + argument;
-        } else {
-            call.folder = argument;
-        }
-    }
-    return call.folder.empty() ? "no folder given" : "";
-}
-
-void PrintJson(const nlohmann::json& json) {
+void PrintJson(const Json& json) {
     // A report may be cut in the middle of a character where its head is read.
-    const auto replaceBadBytes = nlohmann::json::error_handler_t::replace;
-    std::puts(json.dump(2, ' ', false, replaceBadBytes).c_str());
+    std::puts(json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
-int Show(const Call& call, const std::vector<StoredReport>& reports) {
-    std::string text;
-    if (!ReadReport(call.folder, call.number, text)) {
-        return Fail(1, "no report " + std::to_string(call.number) + " in " + call.folder);
+void Show(const std::string& folder, unsigned number, bool asJson) {
+    const auto text = ReadReport(folder, number);
+    if (!text) {
+        throw std::runtime_error("no report " + std::to_string(number) + " in " + folder);
     }
-    if (!call.asJson) {
-        std::puts(WithoutControls(text).c_str());
-        return 0;
+    if (!asJson) {
+        std::puts(WithoutControls(*text).c_str());
+        return;
     }
-    for (const StoredReport& report : reports) {
-        if (report.number == call.number) {
-            nlohmann::json whole = ToJson(report);
-            whole["text"] = text;
-            PrintJson(whole);
+    for (Json report : ListReports(folder)) {
+        if (report["number"] == number) {
+            report["text"] = *text;
+            PrintJson(report);
         }
     }
-    return 0;
 }
 
-int List(const Call& call, const std::vector<StoredReport>& reports) {
-    if (call.asJson) {
-        nlohmann::json list = nlohmann::json::array();
-        for (const StoredReport& report : reports) {
-            list.push_back(ToJson(report));
-        }
-        PrintJson(list);
-    } else if (reports.empty()) {
-        std::puts("no reports");
+void List(const std::string& folder, bool asJson) {
+    const Json reports = ListReports(folder);
+    if (asJson) {
+        PrintJson(reports);
     } else {
-        std::fputs(FormatTable(reports).c_str(), stdout);
+        std::fputs(reports.empty() ? "no reports\n" : FormatTable(reports).c_str(), stdout);
     }
-    return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> arguments(argv + 1, argv + argc);
-    for (const std::string& argument : arguments) {
-        if (argument == "--help" || argument == "-h") {
-            std::fputs(kUsage, stdout);
+    try {
+        cxxopts::Options options("reports",
+                                 "Lists the error reports that the server stored in DIR.");
+        auto add = options.positional_help("DIR").add_options();
+        add("show", "one of them whole", cxxopts::value<unsigned>(), "N");
+        add("json", "as JSON");
+        add("h,help", "this text");
+        options.add_options("hidden")("dir", "", cxxopts::value<std::string>());
+        options.parse_positional("dir");
+        const cxxopts::ParseResult given = options.parse(argc, argv);
+        if (given.count("help") != 0) {
+            std::puts(options.help({""}).c_str());
             return 0;
         }
+        if (given.count("dir") != 1 || !given.unmatched().empty()) {
+            throw std::runtime_error("which folder? See --help");
+        }
+        const std::string folder = given["dir"].as<std::string>();
+        const bool asJson = given.count("json") != 0;
+        if (given.count("show") != 0) {
+            Show(folder, given["show"].as<unsigned>(), asJson);
+        } else {
+            List(folder, asJson);
+        }
+        return 0;
+    } catch (const std::exception& wrong) {
+        std::fprintf(stderr, "reports: %s\n", wrong.what());
+        return 1;
     }
-    Call call;
-    if (const std::string wrong = ParseCall(arguments, call); !wrong.empty()) {
-        return Fail(2, wrong + "; see --help");
-    }
-    std::vector<StoredReport> reports;
-    if (!ListReports(call.folder, reports)) {
-        return Fail(1, "the folder cannot be read: " + call.folder);
-    }
-    return call.number != 0 ? Show(call, reports) : List(call, reports);
 }

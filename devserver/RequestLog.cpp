@@ -20,68 +20,47 @@ std::string CurrentTimeText() {
 namespace {
 
 std::string OrDash(const std::string& text) {
-    if (text.empty()) {
-        return "-";
-    }
     std::string printable;
     for (const unsigned char byte : text) {
-        if (byte > 0x20 && byte < 0x7f) {
-            printable += static_cast<char>(byte);
-        } else {
-            char escaped[4];
-            std::snprintf(escaped, sizeof escaped, "%%%02x", byte);
-            printable += escaped;
-        }
+        char escaped[4];
+        std::snprintf(escaped, sizeof escaped, byte > 0x20 && byte < 0x7f ? "%c" : "%%%02x", byte);
+        printable += escaped;
     }
-    return printable;
+    return text.empty() ? "-" : printable;
+}
+
+std::string FormatLine(const LogEntry& entry) {
+    const std::string status = entry.status != 0 ? std::to_string(entry.status) : "";
+    return std::to_string(entry.sequence) + ' ' + entry.time + ' ' + entry.scheme + ' ' +
+           OrDash(entry.method) + ' ' + OrDash(entry.target) + ' ' +
+           OrDash(entry.fault.empty() ? status : entry.fault) + ' ' + std::to_string(entry.bytes) +
+           (entry.note.empty() ? "" : ' ' + entry.note) + '\n';
 }
 
 }  // namespace
 
-std::string FormatLogLine(const LogEntry& entry) {
-    std::string result = entry.fault;
-    if (result.empty() && entry.status != 0) {
-        result = std::to_string(entry.status);
-    }
-    std::string line = std::to_string(entry.sequence) + ' ' + entry.time + ' ' + entry.scheme +
-                       ' ' + OrDash(entry.method) + ' ' + OrDash(entry.target) + ' ' +
-                       OrDash(result) + ' ' + std::to_string(entry.bytes);
-    if (!entry.note.empty()) {
-        line += ' ' + entry.note;
-    }
-    return line;
-}
-
-RequestLog::~RequestLog() {
-    if (file_ != nullptr && file_ != stdout) {
-        std::fclose(file_);
-    }
-}
-
-bool RequestLog::Open(const std::string& file) {
-    file_ = file.empty() ? stdout : std::fopen(file.c_str(), "ae");
-    return file_ != nullptr;
+bool RequestLog::Open(const std::string& path) {
+    file = path.empty() ? stdout : std::fopen(path.c_str(), "ae");
+    return file != nullptr;
 }
 
 void RequestLog::Add(LogEntry entry) {
-    const std::lock_guard lock(mutex_);
-    entry.sequence = entries_.size() + 1;
-    if (file_ != nullptr) {
-        std::fprintf(file_, "%s\n", FormatLogLine(entry).c_str());
-        std::fflush(file_);
-    }
-    entries_.push_back(std::move(entry));
+    const std::lock_guard lock(mutex);
+    entry.sequence = entries.size() + 1;
+    std::fputs(FormatLine(entry).c_str(), file);
+    std::fflush(file);
+    entries.push_back(std::move(entry));
 }
 
-std::vector<LogEntry> RequestLog::Entries() const {
-    const std::lock_guard lock(mutex_);
-    return entries_;
+std::vector<LogEntry> RequestLog::Entries() {
+    const std::lock_guard lock(mutex);
+    return entries;
 }
 
 void RequestLog::Clear() {
-    const std::lock_guard lock(mutex_);
-    entries_.clear();
-    if (file_ != nullptr && file_ != stdout && ftruncate(fileno(file_), 0) != 0) {
+    const std::lock_guard lock(mutex);
+    entries.clear();
+    if (file != stdout && ftruncate(fileno(file), 0) != 0) {
         std::perror("devserver: the log cannot be emptied");
     }
 }

@@ -36,8 +36,8 @@ std::size_t CountCharactersInFront(const std::wstring& displayName, const std::s
 
 void CheckEntry(const AppEntry& entry, std::size_t inFront, Findings& findings) {
     // The folders above it are entries of their own.
-    if (const char* expected = JudgeFileName(LastName(entry.path))) {
-        Refuse(findings, entry, expected);
+    if (const Failure expected = JudgeFileName(LastName(entry.path))) {
+        Refuse(findings, entry, *expected);
     }
     if (entry.isLink) {
         Refuse(findings, entry, "is a link; expected a file or folder of its own");

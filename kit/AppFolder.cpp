@@ -6,11 +6,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "kit/ExeKind.h"
 #include "kit/FileNames.h"
 #include "kit/Files.h"
 #include "kit/Folders.h"
 #include "kit/PackedSize.h"
+#include "kit/PeFile.h"
+#include "kit/Stamp.h"
 #include "kit/ZipWriter.h"
 
 namespace {
@@ -72,21 +73,17 @@ void OpenFiles(AppFolder& app, Findings& findings) {
         whole += entry.bytes;
     }
     for (AppEntry& entry : app.entries) {
-        if (entry.isFolder || entry.isLink || JudgeFileName(LastName(entry.path)) != nullptr) {
+        if (entry.isFolder || entry.isLink || JudgeFileName(LastName(entry.path))) {
             continue;
         }
-        const HANDLE file = CreateFileW(SourceOf(app, entry.path).c_str(), GENERIC_READ,
-                                        FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-        if (file == INVALID_HANDLE_VALUE) {
+        const File file = OpenToRead(SourceOf(app, entry.path));
+        if (!file) {
             const DWORD error = GetLastError();
             AddError(findings, Narrow(entry.path).c_str(), "",
                      "cannot be opened: " + DescribeError(error));
-            continue;
+        } else if (whole >= archiveLimit) {
+            entry.packed = EstimatePacked(file.get(), entry.bytes);
         }
-        if (whole >= archiveLimit) {
-            entry.packed = EstimatePacked(file, entry.bytes);
-        }
-        CloseHandle(file);
     }
 }
 
@@ -154,20 +151,20 @@ bool CheckProgram(const AppFolder& app, const std::wstring& path, const char* ro
                   const std::vector<std::string>& architectures, Findings& findings) {
     const std::uint16_t machine = ReadMachine(SourceOf(app, path));
     const bool isFor32 = std::count(architectures.begin(), architectures.end(), "ia32") > 0;
-    std::string wrong;
+    Failure failure;
     if (Find(app, path) == nullptr) {
-        wrong = std::string("is missing; expected ") + role + " at the folder's top level";
+        failure = std::string("is missing; expected ") + role + " at the folder's top level";
     } else if (machine == 0) {
-        wrong = "is no Windows program";
+        failure = "is no Windows program";
     } else if (ArchOf(machine).empty()) {
-        wrong = "is for another processor; expected a program for x64 or ia32";
+        failure = "is for another processor; expected a program for x64 or ia32";
     } else if (ArchOf(machine) == "x64" && isFor32) {
-        wrong = "is a 64-bit program; expected a 32-bit one for the architecture ia32";
+        failure = "is a 64-bit program; expected a 32-bit one for the architecture ia32";
     }
-    if (!wrong.empty()) {
-        AddError(findings, Narrow(path).c_str(), "", wrong);
+    if (failure) {
+        AddError(findings, Narrow(path).c_str(), "", *failure);
     }
-    return wrong.empty();
+    return !failure;
 }
 
 /// Looks for the application's program, which may lie deeper, and notes what it is for.
@@ -194,7 +191,7 @@ void CheckApplication(AppFolder& app, const std::wstring& name,
 }
 
 void CheckUninstaller(const AppFolder& app, const Identity& identity, Findings& findings) {
-    const SetupProduct made = ReadSetupProduct(SourceOf(app, uninstallerName));
+    const StampedProduct made = ReadStampedProduct(SourceOf(app, uninstallerName));
     const std::string file = Narrow(uninstallerName);
     if (made.guid.empty()) {
         AddError(findings, file.c_str(), "",

@@ -33,7 +33,7 @@ bool Holds(std::wstring_view list, const std::wstring& part) {
     return list.find(part) != std::wstring_view::npos;
 }
 
-const char* JudgeUse(const std::wstring& name) {
+Failure JudgeUse(const std::wstring& name) {
     std::wstring beginning = L"/" + name;
     std::transform(beginning.begin(), beginning.end(), beginning.begin(), std::towlower);
     const std::wstring whole = beginning + L"/";
@@ -49,12 +49,12 @@ const char* JudgeUse(const std::wstring& name) {
         return "expected another name: a program of the system or of the setup has this one, and "
                "the installer ends processes by their name";
     }
-    return nullptr;
+    return {};
 }
 
 }  // namespace
 
-const char* JudgeDisplayName(const std::wstring& name) {
+Failure JudgeDisplayName(const std::wstring& name) {
     if (name.size() > longestName) {
         return "expected at most 64 characters";
     }
@@ -66,7 +66,7 @@ const char* JudgeDisplayName(const std::wstring& name) {
     if (name.find(L'%') != std::wstring::npos) {
         return "expected a name with no percent sign";
     }
-    if (const char* expected = JudgeFileName(name)) {
+    if (const Failure expected = JudgeFileName(name)) {
         return expected;
     }
     // Persian and the languages of India write with the two joiners.

@@ -20,7 +20,7 @@ bool IsDeviceName(std::wstring name) {
                std::wstring_view::npos;
 }
 
-const char* JudgeFileName(std::wstring_view name) {
+Failure JudgeFileName(std::wstring_view name) {
     const auto isControl = [](wchar_t character) { return character < 32; };
     if (name.empty()) {
         return "expected a name that is not empty";
@@ -35,5 +35,5 @@ const char* JudgeFileName(std::wstring_view name) {
     if (IsDeviceName(std::wstring(name))) {
         return "expected another name: the system keeps this one for a device";
     }
-    return nullptr;
+    return {};
 }

@@ -52,30 +52,47 @@ std::wstring FromHostPath(const std::wstring& path) {
     return result;
 }
 
+void FileCloser::operator()(void* handle) const {
+    CloseHandle(handle);
+}
+
+File OpenPath(const std::wstring& path, std::uint32_t access, std::uint32_t share,
+              std::uint32_t disposition) {
+    const HANDLE handle = CreateFileW(path.c_str(), access, share, nullptr, disposition,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    // cppcheck-suppress resourceLeak ; the result owns it
+    return File(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+File OpenToRead(const std::wstring& path) {
+    return OpenPath(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+}
+
 std::uint32_t ReadWholeFile(const std::wstring& path, std::uint32_t limit, std::string& content) {
     content.clear();
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    const File file = OpenToRead(path);
+    LARGE_INTEGER size = {};
+    if (!file || !GetFileSizeEx(file.get(), &size)) {
         return GetLastError();
     }
-    LARGE_INTEGER size = {};
-    DWORD error = 0;
-    if (!GetFileSizeEx(file, &size)) {
-        error = GetLastError();
-    } else if (size.QuadPart > limit) {
-        error = ERROR_FILE_TOO_LARGE;
+    if (size.QuadPart > limit) {
+        return ERROR_FILE_TOO_LARGE;
     }
-    if (error == 0) {
-        content.resize(static_cast<std::size_t>(size.QuadPart));
-        DWORD read = 0;
-        if (!ReadFile(file, content.data(), static_cast<DWORD>(content.size()), &read, nullptr)) {
-            error = GetLastError();
-        }
-        content.resize(read);
-    }
-    CloseHandle(file);
-    return error;
+    content.resize(static_cast<std::size_t>(size.QuadPart));
+    DWORD read = 0;
+    const BOOL isRead =
+        ReadFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &read, nullptr);
+    content.resize(read);
+    return isRead ? 0 : GetLastError();
+}
+
+std::uint32_t WriteWholeFile(const std::wstring& path, std::string_view content) {
+    const File file = OpenPath(path, GENERIC_WRITE, 0, CREATE_ALWAYS);
+    DWORD written = 0;
+    return file && WriteFile(file.get(), content.data(), static_cast<DWORD>(content.size()),
+                             &written, nullptr)
+               ? 0
+               : GetLastError();
 }
 
 std::uint64_t ReadFileSize(const std::wstring& path) {

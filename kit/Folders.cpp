@@ -140,8 +140,8 @@ void RemoveFolder(const std::wstring& folder) {
     RemoveDirectoryW(folder.c_str());
 }
 
-std::string MoveInto(const std::wstring& from, const std::wstring& to,
-                     const std::vector<std::string>& paths) {
+Failure MoveInto(const std::wstring& from, const std::wstring& to,
+                 const std::vector<std::string>& paths) {
     std::vector<Arrival> arrivals;
     std::vector<std::wstring> made;
     for (const std::string& path : paths) {

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "kit/Failure.h"
+
 /// The full path, without a separator at its end.
 std::wstring FullPath(const std::wstring& path);
 
@@ -36,7 +38,6 @@ void RemoveFolder(const std::wstring& folder);
 
 /// Moves files, named relative to both folders as PathIn takes it, from the folder `from` into
 /// `to`, in this order; they replace the files that stand there. Either all of them arrive or `to`
-/// is as it was, also when there was none. Both must be on one disk. Returns an empty text, or one
-/// line that says what failed.
-std::string MoveInto(const std::wstring& from, const std::wstring& to,
-                     const std::vector<std::string>& paths);
+/// is as it was, also when there was none. Both must be on one disk.
+Failure MoveInto(const std::wstring& from, const std::wstring& to,
+                 const std::vector<std::string>& paths);

@@ -1,9 +1,12 @@
 #include "kit/Icon.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cstring>
 
-#include "kit/Png.h"
+#include "kit/Failure.h"
+#include "kit/Images.h"
 
 namespace {
 
@@ -27,22 +30,7 @@ struct GroupEntry {
     std::uint32_t length;
     std::uint16_t id;
 };
-/// Of an image that is no PNG (BITMAPINFOHEADER).
-struct BitmapHead {
-    std::uint32_t headLength;
-    std::int32_t width, height;  // the height of picture and mask together
-    std::uint16_t planes, bits;
-    std::uint32_t packing, length;
-    std::int32_t xDensity, yDensity;
-    std::uint32_t coloursUsed, coloursNeeded;
-};
 #pragma pack(pop)
-
-/// What an image tells of itself. The entry in front of it need not tell the bits.
-struct ImageFacts {
-    unsigned width, height;
-    std::uint16_t bits;
-};
 
 unsigned SizeOf(std::uint8_t listed) {
     return listed == 0 ? largestSize : listed;
@@ -52,62 +40,47 @@ std::string DescribeSize(unsigned width, unsigned height) {
     return std::to_string(width) + " x " + std::to_string(height);
 }
 
-const char* ReadPngFacts(const std::string& image, ImageFacts& facts) {
-    Png png;
-    std::string pixels;
-    if (const char* wrong = ReadPng(image, png)) {
-        return wrong;
-    }
-    facts = {png.width, png.height,
-             static_cast<std::uint16_t>(png.depth == 8 && png.colour == 6 ? 32 : 24)};
-    const bool canBeUnpacked = png.width <= largestSize && png.height <= largestSize &&
-                               (!IsPlain(png) || UnpackPng(png, pixels));
-    return canBeUnpacked ? nullptr : "cannot be unpacked; expected a whole PNG";
+/// Of an image or its entry in the list.
+template <typename Listed>
+std::string NameOf(const Listed& listed) {
+    return "image of " + DescribeSize(SizeOf(listed.width), SizeOf(listed.height));
 }
 
-/// How many bytes a row of pixels takes: rows end on 4 bytes.
-std::size_t CountRowBytes(unsigned width, unsigned bits) {
-    return (static_cast<std::size_t>(width) * bits + 31) / 32 * 4;
+/// The bits of a pixel as an image itself tells them, since the list in front need not; 0 when it
+/// is of no kind that icons are made of.
+std::uint16_t ReadBits(const std::string& image) {
+    PngHead png = {};
+    if (ReadPngHead(image, png)) {
+        return png.depth == 8 && png.colour == 6 ? 32 : 24;
+    }
+    BITMAPINFOHEADER bitmap = {};
+    if (image.size() >= sizeof bitmap) {
+        std::memcpy(&bitmap, image.data(), sizeof bitmap);
+    }
+    return bitmap.biSize == sizeof bitmap && bitmap.biCompression == BI_RGB ? bitmap.biBitCount : 0;
 }
 
-const char* ReadBitmapFacts(const std::string& image, ImageFacts& facts) {
-    BitmapHead head = {};
-    if (image.size() >= sizeof head) {
-        std::memcpy(&head, image.data(), sizeof head);
-    }
-    if (head.headLength != sizeof head || head.packing != 0) {
+/// Whether a bitmap of 32 bits has nothing but zeros; others may have their shape from the mask.
+bool IsBare(const IconImage& image, const Pixels& pixels) {
+    const std::size_t start = sizeof(BITMAPINFOHEADER), length = 4 * pixels.rows.size();
+    return image.bits == 32 && image.data.compare(0, 4, "\x89PNG") != 0 &&
+           image.data.find_first_not_of('\0', start) >= start + length;
+}
+
+/// Judges an image that the system has decoded to these pixels.
+Failure JudgeImage(const IconImage& image, const Pixels& pixels) {
+    const auto width = static_cast<unsigned>(pixels.width);
+    const auto height = static_cast<unsigned>(pixels.height);
+    if (image.bits == 0) {
         return "is neither PNG nor plain bitmap; expected one of them";
     }
-    facts = {static_cast<unsigned>(head.width), static_cast<unsigned>(head.height) / 2, head.bits};
-    if (facts.width > largestSize || facts.height > largestSize || head.bits > 32) {
-        return "is no image of an icon; expected at most 256 x 256 pixels";
+    if (pixels.rows.empty()) {
+        return "is damaged or cut off; expected a whole PNG, or a bitmap with its mask";
     }
-    const std::size_t palette = head.bits <= 8 ? std::size_t{4} << head.bits : 0;
-    const std::size_t picture = CountRowBytes(facts.width, head.bits) * facts.height;
-    const std::size_t mask = CountRowBytes(facts.width, 1) * facts.height;
-    if (image.size() < sizeof head + palette + picture + mask) {
-        return "is cut off; expected a whole bitmap with its mask";
+    if (width != SizeOf(image.width) || height != SizeOf(image.height)) {
+        return "is " + DescribeSize(width, height) + "; expected what the list of images says";
     }
-    // Others may have their shape from the mask.
-    const auto start = image.begin() + static_cast<std::ptrdiff_t>(sizeof head + palette);
-    const bool isBare =
-        head.bits == 32 && std::all_of(start, start + static_cast<std::ptrdiff_t>(picture),
-                                       [](char byte) { return byte == 0; });
-    return isBare ? "is of zeros alone; expected a picture" : nullptr;
-}
-
-/// Returns an empty text, or what is wrong with an image.
-std::string ReadFacts(const std::string& image, const IconEntry& entry, ImageFacts& facts) {
-    const bool isPng = image.compare(0, 4, "\x89PNG") == 0;
-    const char* wrong = isPng ? ReadPngFacts(image, facts) : ReadBitmapFacts(image, facts);
-    if (wrong != nullptr) {
-        return wrong;
-    }
-    if (facts.width != SizeOf(entry.width) || facts.height != SizeOf(entry.height)) {
-        return "is " + DescribeSize(facts.width, facts.height) +
-               "; expected what the list of images says";
-    }
-    return {};
+    return IsBare(image, pixels) ? Failure("is of zeros alone; expected a picture") : Failure();
 }
 
 template <typename Record>
@@ -115,28 +88,8 @@ void Append(std::string& data, const Record& record) {
     data.append(reinterpret_cast<const char*>(&record), sizeof record);
 }
 
-/// Reads the image of an entry. Of one that does not fit only the size is kept that it should have.
-IconImage ReadImage(const std::string& file, const IconEntry& entry, Findings& findings) {
-    IconImage image = {entry.width, entry.height, 0, {}};
-    std::string wrong = "lies outside the file; expected a whole icon file";
-    ImageFacts facts = {};
-    if (entry.offset <= file.size() && entry.length <= file.size() - entry.offset) {
-        image.data = file.substr(entry.offset, entry.length);
-        wrong = ReadFacts(image.data, entry, facts);
-    }
-    if (!wrong.empty()) {
-        AddError(findings, fileName,
-                 "image of " + DescribeSize(SizeOf(entry.width), SizeOf(entry.height)), wrong);
-        image.data.clear();
-    }
-    image.bits = facts.bits;
-    return image;
-}
-
-}  // namespace
-
-std::vector<IconImage> ReadIcon(const std::string& file, Findings& findings) {
-    std::vector<IconImage> images;
+/// Reads the list and the data behind it. Returns whether all of it lies in the file.
+bool ReadList(const std::string& file, std::vector<IconImage>& images, Findings& findings) {
     IconHead head = {};
     if (file.size() >= sizeof head) {
         std::memcpy(&head, file.data(), sizeof head);
@@ -144,12 +97,36 @@ std::vector<IconImage> ReadIcon(const std::string& file, Findings& findings) {
     if (head.reserved != 0 || head.type != 1 ||
         file.size() < sizeof head + head.count * sizeof(IconEntry)) {
         AddError(findings, fileName, "", "is no icon; expected an icon file");
-        return images;
+        return false;
     }
     for (unsigned i = 0; i < head.count; ++i) {
         IconEntry entry;
         std::memcpy(&entry, file.data() + sizeof head + i * sizeof entry, sizeof entry);
-        images.push_back(ReadImage(file, entry, findings));
+        if (entry.offset > file.size() || entry.length > file.size() - entry.offset) {
+            AddError(findings, fileName, NameOf(entry),
+                     "lies outside the file; expected a whole icon file");
+            return false;
+        }
+        const std::string data = file.substr(entry.offset, entry.length);
+        images.push_back({entry.width, entry.height, ReadBits(data), data});
+    }
+    return true;
+}
+
+}  // namespace
+
+std::vector<IconImage> ReadIcon(const std::string& file, Findings& findings) {
+    std::vector<IconImage> images;
+    if (!ReadList(file, images, findings)) {
+        return {};
+    }
+    std::vector<Pixels> decoded = DecodeImages(file);
+    decoded.resize(images.size());
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        if (const Failure failure = JudgeImage(images[i], decoded[i])) {
+            AddError(findings, fileName, NameOf(images[i]), *failure);
+            images[i].data.clear();
+        }
     }
     for (const unsigned size : neededSizes) {
         // One that does not fit has been told already.

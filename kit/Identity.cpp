@@ -34,7 +34,7 @@ bool IsNumberUpTo(const std::wstring& text, unsigned long limit) {
            std::wcstoul(text.c_str(), nullptr, 10) <= limit;
 }
 
-const char* JudgeSlug(const std::wstring& slug) {
+Failure JudgeSlug(const std::wstring& slug) {
     const bool formed =
         slug.find_first_not_of(std::wstring(lowerDigits) + L"-") == std::wstring::npos &&
         slug.front() != L'-' && slug.back() != L'-' && slug.size() <= 64;
@@ -44,7 +44,7 @@ const char* JudgeSlug(const std::wstring& slug) {
     if (IsDeviceName(slug)) {
         return "expected another name: the system keeps this one for a device";
     }
-    return nullptr;
+    return {};
 }
 
 bool IsHost(const std::wstring& host) {
@@ -52,16 +52,16 @@ bool IsHost(const std::wstring& host) {
            host.front() != L'-' && host.find(L"..") == std::wstring::npos;
 }
 
-const char* JudgeHost(const std::wstring& host) {
-    return IsHost(host) ? nullptr : "expected a host name alone, such as download.example.com";
+Failure JudgeHost(const std::wstring& host) {
+    return IsHost(host) ? Failure() : "expected a host name alone, such as download.example.com";
 }
 
 bool IsPort(const std::wstring& port) {
     return IsNumberUpTo(port, 65535) && port.find_first_not_of(L'0') != std::wstring::npos;
 }
 
-const char* JudgePort(const std::wstring& port) {
-    return IsPort(port) ? nullptr : "expected a number from 1 to 65535";
+Failure JudgePort(const std::wstring& port) {
+    return IsPort(port) ? Failure() : "expected a number from 1 to 65535";
 }
 
 /// Nothing, or names with a slash in front of each.
@@ -81,22 +81,22 @@ bool IsUrlPath(const std::wstring& path) {
     return fits;
 }
 
-const char* JudgePrefix(const std::wstring& prefix) {
-    return IsUrlPath(prefix) ? nullptr
+Failure JudgePrefix(const std::wstring& prefix) {
+    return IsUrlPath(prefix) ? Failure()
                              : "expected nothing or a path such as /a/b, names with one slash in "
                                "front of each";
 }
 
-const char* JudgeBaseUrl(const std::wstring& url) {
-    if (const char* expected = JudgeUrl(url)) {
+Failure JudgeBaseUrl(const std::wstring& url) {
+    if (const Failure expected = JudgeUrl(url)) {
         return expected;
     }
     return url.find(L'/', url.find(L"//") + 2) == std::wstring::npos
-               ? nullptr
+               ? Failure()
                : "expected scheme and host alone; a path belongs into pathPrefix";
 }
 
-const char* JudgeGuid(const std::wstring& guid) {
+Failure JudgeGuid(const std::wstring& guid) {
     const std::wstring_view form = L"{00000000-0000-0000-0000-000000000000}";
     bool fits = guid.size() == form.size();
     for (std::size_t i = 0; fits && i < form.size(); ++i) {
@@ -106,20 +106,20 @@ const char* JudgeGuid(const std::wstring& guid) {
         return "expected a GUID of the product's own, not zeros";
     }
     return fits
-               ? nullptr
+               ? Failure()
                : "expected a GUID in braces and upper case: {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}";
 }
 
-const char* JudgeSupportAddress(const std::wstring& address) {
+Failure JudgeSupportAddress(const std::wstring& address) {
     const std::size_t at = address.find(L'@');
     const auto isBlank = [](wchar_t character) { return character <= 32; };
     return at != std::wstring::npos && at > 0 && at + 1 < address.size() &&
                    std::none_of(address.begin(), address.end(), isBlank)
-               ? nullptr
+               ? Failure()
                : "expected an e-mail address";
 }
 
-const char* JudgeVersion(const std::wstring& version) {
+Failure JudgeVersion(const std::wstring& version) {
     unsigned numbers = 0;
     std::size_t start = 0;
     bool fits = true;
@@ -129,7 +129,7 @@ const char* JudgeVersion(const std::wstring& version) {
         ++numbers;
         start = end + 1;
     }
-    return fits && numbers == 4 ? nullptr : "expected four numbers up to 65535, such as 1.0.0.0";
+    return fits && numbers == 4 ? Failure() : "expected four numbers up to 65535, such as 1.0.0.0";
 }
 
 enum class Need { Text, MayBeEmpty, MayBeMissing };
@@ -137,7 +137,7 @@ enum class Need { Text, MayBeEmpty, MayBeMissing };
 struct Key {
     const char* name;
     std::wstring Identity::*value;
-    const char* (*judge)(const std::wstring&);  // null when it fits, otherwise what is expected
+    Failure (*judge)(const std::wstring&);
     Need need;
 };
 
@@ -170,11 +170,11 @@ void ReadValue(const json& object, const Key& key, Identity& identity, Findings&
     if (text.empty() && key.need != Need::Text) {
         return;
     }
-    const char* expected = text.empty()                    ? "expected a text that is not empty"
-                           : text.size() > longestResource ? "expected at most 259 characters"
-                                                           : key.judge(text);
-    if (expected != nullptr) {
-        AddError(findings, fileName, key.name, "is \"" + Narrow(text) + "\"; " + expected);
+    const Failure expected = text.empty()                    ? "expected a text that is not empty"
+                             : text.size() > longestResource ? "expected at most 259 characters"
+                                                             : key.judge(text);
+    if (expected) {
+        AddError(findings, fileName, key.name, "is \"" + Narrow(text) + "\"; " + *expected);
         return;
     }
     identity.*key.value = text;
@@ -182,7 +182,7 @@ void ReadValue(const json& object, const Key& key, Identity& identity, Findings&
 
 }  // namespace
 
-const char* JudgeUrl(const std::wstring& url) {
+Failure JudgeUrl(const std::wstring& url) {
     const bool https = url.rfind(L"https://", 0) == 0;
     if (!https && url.rfind(L"http://", 0) != 0) {
         return "expected https:// or http:// in front, in lower case";
@@ -199,16 +199,32 @@ const char* JudgeUrl(const std::wstring& url) {
         return "expected scheme, host and, where it is another one, a port";
     }
     return IsUrlPath(url.substr(end))
-               ? nullptr
+               ? Failure()
                : "expected a path such as /a/b, names with one slash in front of each";
 }
 
-Identity ReadIdentity(std::string_view text, Findings& findings) {
+Failure AddSetting(const std::string& setting, Settings& settings) {
+    const std::size_t end = setting.find('=');
+    const std::string name = setting.substr(0, end);
+    if (end == std::string::npos) {
+        return "--set " + setting + ": expected KEY=VALUE";
+    }
+    if (std::none_of(keys.begin(), keys.end(), [&](const Key& key) { return name == key.name; })) {
+        return "--set " + setting + ": product.json has no key of this name";
+    }
+    settings[name] = setting.substr(end + 1);
+    return {};
+}
+
+Identity ReadIdentity(std::string_view text, const Settings& settings, Findings& findings) {
     Identity identity;
     const std::size_t before = findings.size();
-    const json object = ParseObject(text, fileName, "strings", findings);
+    json object = ParseObject(text, fileName, "strings", findings);
     if (object.empty() && findings.size() > before) {
         return identity;
+    }
+    for (const auto& [key, value] : settings) {
+        object[key] = value;
     }
     for (const Key& key : keys) {
         ReadValue(object, key, identity, findings);

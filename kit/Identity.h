@@ -1,8 +1,10 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
 
+#include "kit/Failure.h"
 #include "kit/Findings.h"
 
 /// Who a product is and where its server stands: the values of product.json, each a string there.
@@ -19,10 +21,16 @@ struct Identity {
     std::wstring installerVersion;  // four numbers
 };
 
-/// Reads and checks product.json. What is missing or ill-formed becomes an error and stays empty, a
-/// key that is not known becomes a warning.
-Identity ReadIdentity(std::string_view json, Findings& findings);
+/// Values by key of product.json that stand in for what is written there.
+using Settings = std::map<std::string, std::string>;
 
-/// Judges an address that a path can be put behind: scheme, host, maybe a port and a path. Returns
-/// null when it fits, otherwise what is expected of it.
-const char* JudgeUrl(const std::wstring& url);
+/// Adds what a call gives as KEY=VALUE; the last one of a key counts.
+Failure AddSetting(const std::string& setting, Settings& settings);
+
+/// Reads and checks product.json with these settings. What is missing or ill-formed becomes an
+/// error and stays empty, a key that is not known becomes a warning.
+Identity ReadIdentity(std::string_view json, const Settings& settings, Findings& findings);
+
+/// Judges an address that a path can be put behind: scheme, host, maybe a port and a path. Tells
+/// what is expected of it when it does not fit.
+Failure JudgeUrl(const std::wstring& url);

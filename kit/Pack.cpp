@@ -45,8 +45,8 @@ struct Work {
         });
     }
 
-    /// Fills `hashes`. Returns an empty text, or what failed.
-    std::string CollectHashes() {
+    /// Fills `hashes`.
+    Failure CollectHashes() {
         for (auto& [path, future] : pending) {
             const Hash hash = future.get();
             if (hash.error != 0) {
@@ -59,28 +59,19 @@ struct Work {
     }
 };
 
-std::string WriteText(const Work& work, const std::string& path, const std::string& text) {
-    const HANDLE file = CreateFileW(work.PathOf(path).c_str(), GENERIC_WRITE, 0, nullptr,
-                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    DWORD written = 0;
-    const bool isWritten =
-        file != INVALID_HANDLE_VALUE &&
-        WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-    const DWORD error = GetLastError();
-    if (file != INVALID_HANDLE_VALUE) {
-        CloseHandle(file);
-    }
-    return isWritten ? "" : path + ": cannot be written: " + DescribeError(error);
+Failure WriteText(const Work& work, const std::string& path, const std::string& text) {
+    const std::uint32_t error = WriteWholeFile(work.PathOf(path), text);
+    return error == 0 ? Failure() : path + ": cannot be written: " + DescribeError(error);
 }
 
-std::string MakeSetup(Work& work, const std::string& path, const std::wstring& archive) {
+Failure MakeSetup(Work& work, const std::string& path, const std::wstring& archive) {
     std::vector<StampedPart> parts;
-    const std::string wrong =
+    const Failure failure =
         StampProduct({work.job.base, archive, work.PathOf(path)}, work.plan.product, parts);
-    if (wrong.empty()) {
+    if (!failure) {
         work.Note(path);
     }
-    return wrong;
+    return failure;
 }
 
 std::vector<ZipItem> ListItems(const Work& work) {
@@ -105,23 +96,24 @@ std::vector<ZipItem> ListItems(const Work& work) {
     return items;
 }
 
-std::string MakeArchives(Work& work) {
+/// Makes the first archive, and copies it for other architectures.
+Failure MakeArchives(Work& work) {
     std::string first;
     for (const std::string& arch : work.plan.architectures) {
         const std::string path = ArchiveName(work.plan, arch);
-        std::string wrong;
+        Failure failure;
         if (first.empty()) {
-            wrong = WriteZip(work.PathOf(path), ListItems(work));
+            failure = WriteZip(work.PathOf(path), ListItems(work));
         } else if (!CopyFileW(work.PathOf(first).c_str(), work.PathOf(path).c_str(), FALSE)) {
-            wrong = path + ": cannot be copied: " + DescribeError(GetLastError());
+            failure = path + ": cannot be copied: " + DescribeError(GetLastError());
         }
-        if (!wrong.empty()) {
-            return wrong;
+        if (failure) {
+            return failure;
         }
         work.Note(path);
-        wrong = MakeSetup(work, OfflineName(work.plan, arch), work.PathOf(path));
-        if (!wrong.empty()) {
-            return wrong;
+        failure = MakeSetup(work, OfflineName(work.plan, arch), work.PathOf(path));
+        if (failure) {
+            return failure;
         }
         first = path;
     }
@@ -129,41 +121,42 @@ std::string MakeArchives(Work& work) {
 }
 
 /// The manifest comes behind what it offers.
-std::string MakeLists(Work& work) {
+Failure MakeLists(Work& work) {
     Findings findings;
-    std::string wrong = work.CollectHashes();
-    if (!wrong.empty()) {
-        return wrong;
+    if (Failure failure = work.CollectHashes()) {
+        return failure;
     }
     const std::string& hash = work.hashes[ArchiveName(work.plan, work.plan.architectures.front())];
-    wrong = WriteText(work, manifestName, MakeManifest(work.job, work.plan, hash, findings));
-    if (!wrong.empty()) {
-        return wrong;
+    const std::string manifest = MakeManifest(work.job, work.plan, hash, findings);
+    if (Failure failure = WriteText(work, manifestName, manifest)) {
+        return failure;
     }
     work.Note(manifestName);
-    wrong = work.CollectHashes();
-    if (wrong.empty()) {
-        wrong = WriteText(work, checksumsName, MakeChecksums(work.job, work.hashes, findings));
+    if (Failure failure = work.CollectHashes()) {
+        return failure;
+    }
+    const std::string checksums = MakeChecksums(work.job, work.hashes, findings);
+    if (Failure failure = WriteText(work, checksumsName, checksums)) {
+        return failure;
     }
     work.paths.push_back(checksumsName);
     // They were in order when they were checked.
-    return wrong.empty() && HasErrors(findings) ? FormatFinding(findings.front()) : wrong;
+    return HasErrors(findings) ? FormatFinding(findings.front()) : Failure();
 }
 
-std::string MakeAll(Work& work) {
+Failure MakeAll(Work& work) {
     std::vector<std::wstring> made;
     const std::uint32_t error = MakeFolders(work.PathOf("download/win"), made);
     if (error != 0) {
         return "download/win: cannot be made: " + DescribeError(error);
     }
-    std::string wrong = MakeSetup(work, OnlineName(work.plan), L"");
-    if (wrong.empty()) {
-        wrong = MakeArchives(work);
+    if (Failure failure = MakeSetup(work, OnlineName(work.plan), L"")) {
+        return failure;
     }
-    if (wrong.empty()) {
-        wrong = MakeLists(work);
+    if (Failure failure = MakeArchives(work)) {
+        return failure;
     }
-    return wrong;
+    return MakeLists(work);
 }
 
 /// A line that begins with a path in this folder, with the path as it is seen from there.
@@ -179,7 +172,7 @@ std::string Shorten(const std::string& line, const std::wstring& folder) {
 
 }  // namespace
 
-std::string MakePack(const PackJob& job, const PackPlan& plan, std::vector<PackedFile>& files) {
+Failure MakePack(const PackJob& job, const PackPlan& plan, std::vector<PackedFile>& files) {
     files.clear();
     const std::wstring out = RoomyPath(job.out);
     WorkFolder folder;
@@ -188,15 +181,15 @@ std::string MakePack(const PackJob& job, const PackPlan& plan, std::vector<Packe
         return "the folder for the work cannot be made beside --out: " + DescribeError(error);
     }
     Work work = {job, plan, folder.path};
-    std::string wrong = MakeAll(work);
+    Failure failure = MakeAll(work);
     for (const std::string& path : work.paths) {
         files.push_back({path, ReadFileSize(work.PathOf(path))});
     }
-    if (wrong.empty()) {
-        wrong = MoveInto(work.folder, out, work.paths);
+    if (!failure) {
+        failure = MoveInto(work.folder, out, work.paths);
     }
     // Waits for those that are read still: they could not be removed.
     work.pending.clear();
     CloseWorkFolder(folder);
-    return Shorten(Shorten(wrong, folder.path), plan.app.root);
+    return failure ? Shorten(Shorten(*failure, folder.path), plan.app.root) : Failure();
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/Failure.h"
 #include "kit/PackPlan.h"
 
 struct PackedFile {
@@ -13,5 +14,4 @@ struct PackedFile {
 
 /// Makes the archive, the manifest, the online and the offline setup and the list of checksums.
 /// The work is done in a folder beside `out`, which is either complete at the end or as it was.
-/// Returns an empty text, or one line that says what failed.
-std::string MakePack(const PackJob& job, const PackPlan& plan, std::vector<PackedFile>& files);
+Failure MakePack(const PackJob& job, const PackPlan& plan, std::vector<PackedFile>& files);

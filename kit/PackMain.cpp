@@ -8,13 +8,13 @@
 #include "kit/Files.h"
 #include "kit/Folders.h"
 #include "kit/Pack.h"
-#include "kit/Program.h"
+#include "kit/Command.h"
 
 namespace {
 
 constexpr const char* help =
     "pack --product DIR --app FOLDER --out DIST [--arch x64|ia32]... [--base-url URL]\n"
-    "     [--alt-url URL] [--base EXE]\n"
+    "     [--alt-url URL] [--set KEY=VALUE]... [--base EXE]\n"
     "pack --check --product DIR --app FOLDER [--out DIST] ...\n"
     "\n"
     "Makes from an application's folder what a team publishes: the archive, the update manifest,\n"
@@ -30,6 +30,7 @@ constexpr const char* help =
     "  --base-url URL  where /download/win/... will lie for archives (default: baseUrl and\n"
     "                  pathPrefix of the product)\n"
     "  --alt-url URL   a second such place, which is tried first (default: altUrl of the product)\n"
+    "  --set KEY=VALUE takes the place of what product.json says, for this pack alone\n"
     "  --base EXE      the setup without a product (default: setup_base.exe beside this program)\n"
     "  --check         check only, write nothing; without --out the place is left out\n"
     "\n"
@@ -81,22 +82,21 @@ void PrintHowToPublish(const PackPlan& plan) {
     PrintLine("  " + plan.baseUrl + "/download/win/");
 }
 
-int Pack(const Program& program, const PackJob& job, bool checkOnly) {
+int Pack(const Command& command, const PackJob& job, bool checkOnly) {
     const ULONGLONG start = GetTickCount64();
     Findings findings;
     const PackPlan plan = CheckPack(job, findings);
     PrintFindings(findings);
     if (HasErrors(findings)) {
-        return Fail(program, exitFailed, "nothing written; what stands above does not fit");
+        return Fail(command, exitFailed, "nothing written; what stands above does not fit");
     }
     if (checkOnly) {
         PrintLine(DescribeWhat(plan) + ": everything fits, nothing written");
         return exitDone;
     }
     std::vector<PackedFile> files;
-    const std::string failure = MakePack(job, plan, files);
-    if (!failure.empty()) {
-        return Fail(program, exitFailed, failure + "; nothing published");
+    if (const Failure failure = MakePack(job, plan, files)) {
+        return Fail(command, exitFailed, *failure + "; nothing published");
     }
     const ULONGLONG tenths = (GetTickCount64() - start + 50) / 100;
     PrintLine(DescribeWhat(plan) + ", made in " + std::to_string(tenths / 10) + "." +
@@ -111,23 +111,27 @@ int Pack(const Program& program, const PackJob& job, bool checkOnly) {
 int wmain(int count, wchar_t** arguments) {
     PackJob job;
     job.base = DefaultBase();
-    Program program;
-    program.name = "pack";
-    program.help = help;
-    program.options = {
-        PathOption(L"--base", job.base),
-        PathOption(L"--product", job.product),
-        PathOption(L"--app", job.app),
-        PathOption(L"--out", job.out),
-        {L"--arch", [&](const wchar_t* name) { job.architectures.push_back(Narrow(name)); }},
-        {L"--base-url", [&](const wchar_t* url) { job.baseUrl = Narrow(url); }},
-        {L"--alt-url", [&](const wchar_t* url) { job.altUrl = Narrow(url); }}};
-    program.judge = [&](bool checkOnly) {
-        const bool lacks = job.product.empty() || job.app.empty();
-        return std::string(lacks                           ? "--product and --app are needed"
-                           : !checkOnly && job.out.empty() ? "--out is missing"
-                                                           : "");
+    Command command;
+    command.name = "pack";
+    command.help = help;
+    command.options = {PathOption(L"--base", job.base),
+                       PathOption(L"--product", job.product),
+                       PathOption(L"--app", job.app),
+                       PathOption(L"--out", job.out),
+                       {L"--arch",
+                        [&](const std::wstring& name) {
+                            job.architectures.push_back(Narrow(name));
+                            return Failure();
+                        }},
+                       TextOption(L"--base-url", job.baseUrl),
+                       TextOption(L"--alt-url", job.altUrl),
+                       SetOption(job.settings)};
+    command.judge = [&](bool checkOnly) -> Failure {
+        if (job.product.empty() || job.app.empty()) {
+            return "--product and --app are needed";
+        }
+        return !checkOnly && job.out.empty() ? Failure("--out is missing") : Failure();
     };
-    program.run = [&](bool checkOnly) { return Pack(program, job, checkOnly); };
-    return RunProgram(program, count, arguments);
+    command.run = [&](bool checkOnly) { return Pack(command, job, checkOnly); };
+    return RunCommand(command, count, arguments);
 }

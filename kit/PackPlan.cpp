@@ -45,8 +45,8 @@ std::string ReadList(const PackJob& job, const char* name, Findings& findings) {
 
 void CheckUrl(const PackPlan& plan, const char* option, const std::string& url,
               Findings& findings) {
-    if (const char* expected = JudgeUrl(Widen(url))) {
-        AddError(findings, option, "", "is \"" + url + "\"; " + expected);
+    if (const Failure expected = JudgeUrl(Widen(url))) {
+        AddError(findings, option, "", "is \"" + url + "\"; " + *expected);
     } else if (url.size() + 1 + ArchiveName(plan, "ia32").size() > longestUrl) {
         AddError(findings, option, "", "is too long; expected addresses below 1024 characters");
     }
@@ -122,11 +122,10 @@ void CheckPlace(const PackJob& job, const PackPlan& plan, Findings& findings) {
 
 PackPlan CheckPack(const PackJob& job, Findings& findings) {
     PackPlan plan;
-    plan.product = ReadProductFolder(LongPath(job.product), findings);
+    plan.product = ReadProductFolder(LongPath(job.product), job.settings, findings);
     const Identity& identity = plan.product.identity;
-    const std::string wrong = CheckStampJob({job.base, L"", L""});
-    if (!wrong.empty()) {
-        AddError(findings, "--base", "", wrong);
+    if (const Failure failure = CheckStampJob({job.base, L"", L""})) {
+        AddError(findings, "--base", "", *failure);
     }
     plan.app = ReadAppFolder(job.app, identity, job.architectures, findings);
     CheckArchitectures(job, plan, findings);

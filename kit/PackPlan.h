@@ -19,6 +19,7 @@ struct PackJob {
     std::string baseUrl;  // in front of /download/win/...; empty: as the product says
     std::string altUrl;   // the same for the second address, which is tried first; empty: altUrl of
                           // the product, if any
+    Settings settings = {};
 };
 
 /// What a pack is made of, as far as it is known before anything is written.

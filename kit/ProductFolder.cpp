@@ -4,7 +4,7 @@
 
 #include "kit/Files.h"
 #include "kit/Picture.h"
-#include "kit/TextFile.h"
+#include "kit/ProductTexts.h"
 
 namespace {
 
@@ -21,11 +21,12 @@ bool ReadPart(const std::wstring& folder, const char* name, std::string& content
 
 }  // namespace
 
-Product ReadProductFolder(const std::wstring& folder, Findings& findings) {
+Product ReadProductFolder(const std::wstring& folder, const Settings& settings,
+                          Findings& findings) {
     Product product;
     std::string content;
     if (ReadPart(folder, "product.json", content, findings)) {
-        product.identity = ReadIdentity(content, findings);
+        product.identity = ReadIdentity(content, settings, findings);
     }
     if (ReadPart(folder, "texts.json", content, findings)) {
         product.texts = ReadTexts(content, product.identity.displayName,

@@ -16,6 +16,7 @@ struct Product {
     std::vector<IconImage> icon;
 };
 
-/// Reads product.json, texts.json, background.png and icon.ico of a folder. All of them are checked
-/// whatever the others hold. The product is fit for use when no finding is an error.
-Product ReadProductFolder(const std::wstring& folder, Findings& findings);
+/// Reads product.json, with these settings, texts.json, background.png and icon.ico of a folder.
+/// All of them are checked whatever the others hold. The product is fit for use when no finding is
+/// an error.
+Product ReadProductFolder(const std::wstring& folder, const Settings& settings, Findings& findings);

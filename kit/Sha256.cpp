@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "kit/Files.h"
+
 namespace {
 
 constexpr DWORD pieceSize = 1 << 20;
@@ -55,14 +57,9 @@ DWORD HashStream(HANDLE file, UCHAR* digest) {
 
 std::uint32_t HashFile(const std::wstring& path, std::string& hex) {
     hex.clear();
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        return GetLastError();
-    }
+    const File file = OpenToRead(path);
     UCHAR digest[hashSize] = {};
-    const DWORD error = HashStream(file, digest);
-    CloseHandle(file);
+    const DWORD error = file ? HashStream(file.get(), digest) : GetLastError();
     if (error != 0) {
         return error;
     }

@@ -2,16 +2,18 @@
 
 #include <windows.h>
 
+#include <cstddef>
+#include <cstring>
 #include <string_view>
 
 #include "kit/ArchiveSection.h"
-#include "kit/ExeKind.h"
 #include "kit/Files.h"
-#include "kit/PeChecksum.h"
+#include "kit/PeFile.h"
 #include "kit/StringTable.h"
 #include "kit/TextTable.h"
 #include "kit/VersionBlock.h"
 #include "kit/ZipWriter.h"
+#include "resources/LoadConfigSection.h"
 #include "resources/ResourceIds.h"
 
 namespace {
@@ -23,20 +25,16 @@ std::string Failed(const std::string& what, const std::wstring& path, DWORD erro
     return Narrow(path) + ": " + what + ": " + DescribeError(error);
 }
 
-std::string CheckArchive(const std::wstring& path) {
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+Failure CheckArchive(const std::wstring& path) {
+    const File file = OpenToRead(path);
+    if (!file) {
         return Failed("the archive cannot be opened", path, GetLastError());
     }
     LARGE_INTEGER size = {};
     char head[4] = {};
     DWORD read = 0;
-    const bool known = GetFileSizeEx(file, &size) && ReadFile(file, head, 4, &read, nullptr);
-    const DWORD error = GetLastError();
-    CloseHandle(file);
-    if (!known) {
-        return Failed("the archive cannot be read", path, error);
+    if (!GetFileSizeEx(file.get(), &size) || !ReadFile(file.get(), head, 4, &read, nullptr)) {
+        return Failed("the archive cannot be read", path, GetLastError());
     }
     if (std::string_view(head, 4) != "PK\x03\x04") {
         return Narrow(path) + ": is no archive; expected a zip file that is not empty";
@@ -48,9 +46,18 @@ std::string CheckArchive(const std::wstring& path) {
     return {};
 }
 
-std::string CheckBase(const std::wstring& path) {
-    const HMODULE module = LoadLibraryExW(
-        path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+HMODULE LoadData(const std::wstring& path) {
+    return LoadLibraryExW(path.c_str(), nullptr,
+                          LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+}
+
+std::wstring ReadString(HMODULE module, unsigned id) {
+    wchar_t text[260];
+    return {text, static_cast<std::size_t>(LoadStringW(module, id, text, 260))};
+}
+
+Failure CheckBase(const std::wstring& path) {
+    const HMODULE module = LoadData(path);
     if (module == nullptr) {
         return Failed("the base executable cannot be opened", path, GetLastError());
     }
@@ -61,7 +68,10 @@ std::string CheckBase(const std::wstring& path) {
     if (ReadMachine(path) != IMAGE_FILE_MACHINE_I386 || (!isStamped && !hasBar)) {
         return Narrow(path) + ": is another program; expected the base executable";
     }
-    return isStamped ? Narrow(path) + ": is stamped already; expected the base executable" : "";
+    if (isStamped) {
+        return Narrow(path) + ": is stamped already; expected the base executable";
+    }
+    return {};
 }
 
 /// One run of the system's resource update. The first failure is kept, what follows it is skipped.
@@ -88,8 +98,8 @@ struct Update {
 
 void AddProduct(Update& update, const Product& product) {
     update.Add("strings", RT_STRING, identityBlock, EncodeStringTable(product.identity));
-    update.Add("texts", L"TEXTS", IDR_TEXTS, EncodeTextTable(product.texts));
-    update.Add("picture", L"PNG", IDR_BACKGROUND, product.picture);
+    update.Add("texts", textsType, IDR_TEXTS, EncodeTextTable(product.texts));
+    update.Add("picture", backgroundType, IDR_BACKGROUND, product.picture);
     std::string group = EncodeIconGroup(product.icon);
     std::uint64_t iconBytes = group.size();
     unsigned id = 0;
@@ -111,7 +121,7 @@ DWORD WriteResources(const std::wstring& path, const StampJob& job, const Produc
     AddProduct(update, product);
     // A placeholder: the archive itself is too large for the system's update.
     if (!job.archive.empty()) {
-        update.Add(L"DISTR", IDR_ARCHIVE, "archive", 7);
+        update.Add(archiveType, IDR_ARCHIVE, "archive", 7);
     }
     const bool discard = update.error != 0;
     if (!EndUpdateResourceW(update.handle, discard) && !discard) {
@@ -129,6 +139,23 @@ bool IsComplete(const std::wstring& path, const std::vector<StampedPart>& parts)
     return ReadFileSize(path) > least;
 }
 
+// The linker leaves this entry of the header empty. Without the section there is nothing to enter.
+DWORD EnterLoadConfig(const std::wstring& path) {
+    PeFile exe;
+    DWORD error = OpenPeFile(path, GENERIC_READ | GENERIC_WRITE, exe);
+    for (const IMAGE_SECTION_HEADER& section : exe.sections) {
+        if (error == 0 && memcmp(section.Name, LOAD_CONFIG_SECTION, sizeof section.Name) == 0) {
+            const IMAGE_DATA_DIRECTORY entry = {section.VirtualAddress, section.Misc.VirtualSize};
+            constexpr DWORD index = IMAGE_DIRECTORY_ENTRY_LOAD_CONFIG;
+            error = WriteAt(
+                exe.file,
+                exe.place + offsetof(IMAGE_NT_HEADERS32, OptionalHeader.DataDirectory[index]),
+                &entry, sizeof entry);
+        }
+    }
+    return error;
+}
+
 DWORD CopyWritable(const std::wstring& from, const std::wstring& to) {
     if (!CopyFileW(from.c_str(), to.c_str(), FALSE) ||
         !SetFileAttributesW(to.c_str(), FILE_ATTRIBUTE_NORMAL)) {
@@ -139,40 +166,51 @@ DWORD CopyWritable(const std::wstring& from, const std::wstring& to) {
 
 }  // namespace
 
-std::string CheckStampJob(const StampJob& job) {
-    std::string wrong;
-    if (!job.base.empty()) {
-        wrong = CheckBase(job.base);
+Failure CheckStampJob(const StampJob& job) {
+    Failure failure = job.base.empty() ? Failure() : CheckBase(job.base);
+    if (!failure && !job.archive.empty()) {
+        failure = CheckArchive(job.archive);
     }
-    if (wrong.empty() && !job.archive.empty()) {
-        wrong = CheckArchive(job.archive);
-    }
-    return wrong;
+    return failure;
 }
 
-std::string StampProduct(const StampJob& job, const Product& product,
-                         std::vector<StampedPart>& parts) {
+Failure StampProduct(const StampJob& job, const Product& product, std::vector<StampedPart>& parts) {
     const std::wstring work = job.out + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp";
-    std::string wrong;
+    Failure failure;
     parts.clear();
     DWORD error = CopyWritable(job.base, work);
     if (error != 0) {
-        wrong = Failed("the base executable cannot be copied there", work, error);
+        failure = Failed("the base executable cannot be copied there", work, error);
     } else if ((error = WriteResources(work, job, product, parts)) != 0) {
-        wrong = Failed("the resources cannot be written", work, error);
+        failure = Failed("the resources cannot be written", work, error);
     } else if (!IsComplete(work, parts)) {
-        wrong = Narrow(job.out) + ": the system left out resources";
+        failure = Narrow(job.out) + ": the system left out resources";
     } else if (!job.archive.empty() && (error = AppendArchive(work, job.archive)) != 0) {
-        wrong = Failed("the archive cannot be put in", work, error);
+        failure = Failed("the archive cannot be put in", work, error);
+    } else if ((error = EnterLoadConfig(work)) != 0) {
+        failure = Failed("the load configuration cannot be written", work, error);
     } else if ((error = WritePeChecksum(work)) != 0) {
-        wrong = Failed("the checksum cannot be written", work, error);
+        failure = Failed("the checksum cannot be written", work, error);
     } else if (!MoveFileExW(work.c_str(), job.out.c_str(), MOVEFILE_REPLACE_EXISTING)) {
-        wrong = Failed("cannot be replaced", job.out, GetLastError());
+        failure = Failed("cannot be replaced", job.out, GetLastError());
     }
-    if (!wrong.empty()) {
+    if (failure) {
         DeleteFileW(work.c_str());
     } else if (!job.archive.empty()) {
         parts.push_back({"archive", ReadFileSize(job.archive)});
     }
-    return wrong;
+    return failure;
+}
+
+StampedProduct ReadStampedProduct(const std::wstring& path) {
+    const HMODULE module = LoadData(path);
+    StampedProduct product;
+    if (module == nullptr) {
+        return product;
+    }
+    if (FindResourceW(module, MAKEINTRESOURCEW(IDR_TEXTS), textsType) != nullptr) {
+        product = {ReadString(module, IDS_DISPLAY_NAME), ReadString(module, IDS_APP_GUID)};
+    }
+    FreeLibrary(module);
+    return product;
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/Failure.h"
 #include "kit/ProductFolder.h"
 
 /// A piece of what a stamped executable is made of, for the report to the user.
@@ -18,12 +19,18 @@ struct StampJob {
     std::wstring out;
 };
 
-/// Checks base and archive, those that are given, without writing. Returns an empty text, or one
-/// line that says what is wrong.
-std::string CheckStampJob(const StampJob& job);
+/// Checks base and archive, those that are given, without writing.
+Failure CheckStampJob(const StampJob& job);
 
 /// Copies the base and writes the product's resources and a valid checksum into the copy. The work
 /// is done beside `out` under a temporary name, so `out` is either replaced by the finished file or
-/// left as it was. Returns an empty text, or one line that says what failed.
-std::string StampProduct(const StampJob& job, const Product& product,
-                         std::vector<StampedPart>& parts);
+/// left as it was.
+Failure StampProduct(const StampJob& job, const Product& product, std::vector<StampedPart>& parts);
+
+/// The product that a setup program was made for; both texts are empty when it is none.
+struct StampedProduct {
+    std::wstring displayName;
+    std::wstring guid;
+};
+
+StampedProduct ReadStampedProduct(const std::wstring& path);

@@ -5,18 +5,20 @@
 #include "kit/Console.h"
 #include "kit/Files.h"
 #include "kit/ProductFolder.h"
-#include "kit/Program.h"
+#include "kit/Command.h"
 #include "kit/Stamp.h"
 
 namespace {
 
 constexpr const char* help =
-    "stamp --base EXE --product DIR [--archive ZIP] --out EXE\n"
-    "stamp --check --product DIR [--base EXE] [--archive ZIP]\n"
+    "stamp --base EXE --product DIR [--set KEY=VALUE]... [--archive ZIP] --out EXE\n"
+    "stamp --check --product DIR [--set KEY=VALUE]... [--base EXE] [--archive ZIP]\n"
     "\n"
     "Makes a product's setup program: copies the base executable and writes the product's names,\n"
     "texts, picture, icon and version into the copy. --archive puts the application inside, which\n"
-    "makes an offline setup. --check runs the checks alone and writes nothing.\n"
+    "makes an offline setup. --set takes the place of what product.json says, for this setup "
+    "alone.\n"
+    "--check runs the checks alone and writes nothing.\n"
     "\n"
     "A product folder holds product.json, texts.json, background.png and icon.ico.\n"
     "Exit code: 0 done, 1 something does not fit or failed, 2 wrong call.";
@@ -33,25 +35,25 @@ void PrintParts(const StampJob& job, const std::vector<StampedPart>& parts) {
     }
 }
 
-int Stamp(const Program& program, const StampJob& job, const std::wstring& folder, bool checkOnly) {
+int Stamp(const Command& command, const StampJob& job, const std::wstring& folder,
+          const Settings& settings, bool checkOnly) {
     Findings findings;
-    const Product product = ReadProductFolder(folder, findings);
+    const Product product = ReadProductFolder(folder, settings, findings);
     PrintFindings(findings);
-    const std::string wrong = CheckStampJob(job);
-    if (!wrong.empty()) {
-        PrintErrorLine("error: " + wrong);
+    const Failure unfit = CheckStampJob(job);
+    if (unfit) {
+        PrintErrorLine("error: " + *unfit);
     }
-    if (HasErrors(findings) || !wrong.empty()) {
-        return Fail(program, exitFailed, "nothing written; what stands above does not fit");
+    if (unfit || HasErrors(findings)) {
+        return Fail(command, exitFailed, "nothing written; what stands above does not fit");
     }
     if (checkOnly) {
         PrintLine(Narrow(folder) + ": " + Narrow(product.identity.displayName) + " fits");
         return exitDone;
     }
     std::vector<StampedPart> parts;
-    const std::string failure = StampProduct(job, product, parts);
-    if (!failure.empty()) {
-        return Fail(program, exitFailed, failure);
+    if (const Failure failure = StampProduct(job, product, parts)) {
+        return Fail(command, exitFailed, *failure);
     }
     PrintParts(job, parts);
     return exitDone;
@@ -62,18 +64,20 @@ int Stamp(const Program& program, const StampJob& job, const std::wstring& folde
 int wmain(int count, wchar_t** arguments) {
     StampJob job;
     std::wstring folder;
-    Program program;
-    program.name = "stamp";
-    program.help = help;
-    program.options = {PathOption(L"--base", job.base), PathOption(L"--archive", job.archive),
-                       PathOption(L"--out", job.out), PathOption(L"--product", folder)};
-    program.judge = [&](bool checkOnly) {
+    Settings settings;
+    Command command;
+    command.name = "stamp";
+    command.help = help;
+    command.options = {PathOption(L"--base", job.base), PathOption(L"--archive", job.archive),
+                       PathOption(L"--out", job.out), PathOption(L"--product", folder),
+                       SetOption(settings)};
+    command.judge = [&](bool checkOnly) -> Failure {
         if (folder.empty()) {
-            return std::string("--product is missing");
+            return "--product is missing";
         }
         const bool lacks = !checkOnly && (job.base.empty() || job.out.empty());
-        return std::string(lacks ? "--base and --out are needed" : "");
+        return lacks ? Failure("--base and --out are needed") : Failure();
     };
-    program.run = [&](bool checkOnly) { return Stamp(program, job, folder, checkOnly); };
-    return RunProgram(program, count, arguments);
+    command.run = [&](bool checkOnly) { return Stamp(command, job, folder, settings, checkOnly); };
+    return RunCommand(command, count, arguments);
 }

@@ -2,29 +2,19 @@
 
 #include <cstring>
 
-const std::array<const char*, textColumns> textLanguages = {"ru", "en", "tr", "pt", "ko", "ja",
-                                                            "hi", "fr", "es", "de", "ar", "zh"};
+const std::array<const char*, textColumns> textLanguages = {
+#define LANGUAGE_NAME(column, name, primary) name,
+    TEXT_LANGUAGES(LANGUAGE_NAME)
+#undef LANGUAGE_NAME
+};
 
-const std::array<const char*, textRows> textRowNames = {"TextTitle",
-                                                        "TextProductName",
-                                                        "TextRemoved",
-                                                        "TextConfirmCancel",
-                                                        "TextConfirmUninstall",
-                                                        "TextPreparing",
-                                                        "TextDownloading",
-                                                        "TextInstalling",
-                                                        "TextInstallFailed",
-                                                        nullptr,
-                                                        nullptr,
-                                                        "TextUninstalling",
-                                                        "TextUninstallFailed",
-                                                        nullptr,
-                                                        "TextUpdating",
-                                                        "TextAccessBlocked",
-                                                        "TextRetry",
-                                                        "TextOfferFullInstaller",
-                                                        "TextUpToDateContinue",
-                                                        nullptr};
+const std::array<const char*, textRows> textRowNames = [] {
+    std::array<const char*, textRows> names{};
+#define ROW_NAME(number, name) names[number] = #name;
+    TEXT_ROWS(ROW_NAME)
+#undef ROW_NAME
+    return names;
+}();
 
 std::string EncodeTextTable(const TextCells& cells) {
     std::string data((3 + textColumns * textRows) * sizeof(std::uint32_t), '\0');

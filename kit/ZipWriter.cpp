@@ -91,45 +91,34 @@ std::string CentralHeader(const Entry& entry) {
     return header + entry.name;
 }
 
-/// The archive as it grows. The first failure stays in `wrong`, what follows it is skipped.
+/// The archive as it grows. The first failure stays in `failure`, what follows it is skipped.
 class Archive {
   public:
     explicit Archive(const std::wstring& path)
-        : path(path),
-          file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                           FILE_ATTRIBUTE_NORMAL, nullptr)) {
-        if (file == INVALID_HANDLE_VALUE) {
+        : path(path), file(OpenPath(path, GENERIC_WRITE, 0, CREATE_ALWAYS)) {
+        if (!file) {
             Fail(path, "cannot be made", GetLastError());
         }
     }
 
-    ~Archive() {
-        if (file != INVALID_HANDLE_VALUE) {
-            CloseHandle(file);
-        }
-    }
-
-    Archive(const Archive&) = delete;
-    Archive& operator=(const Archive&) = delete;
-
     void Add(const ZipItem& item);
     void Finish();
 
-    std::string wrong;
+    Failure failure;
 
   private:
     void AddFile(const std::wstring& source);
-    void ReadPieces(HANDLE source, const std::wstring& name);
+    void ReadPieces(const File& source, const std::wstring& name);
     void WriteOldest();
     void WriteAt(std::uint64_t offset, std::string_view data);
     void Fail(const std::wstring& where, const char* what, DWORD error) {
-        if (wrong.empty()) {
-            wrong = Narrow(where) + ": " + what + ": " + DescribeError(error);
+        if (!failure) {
+            failure = Narrow(where) + ": " + what + ": " + DescribeError(error);
         }
     }
 
     std::wstring path;
-    HANDLE file;
+    File file;
     std::uint64_t length = 0;
     std::vector<Entry> entries;
     PiecePacker packer;
@@ -140,17 +129,17 @@ void Archive::WriteAt(std::uint64_t offset, std::string_view data) {
     place.Offset = static_cast<DWORD>(offset);
     place.OffsetHigh = static_cast<DWORD>(offset >> 32);
     DWORD written = 0;
-    if (!WriteFile(file, data.data(), static_cast<DWORD>(data.size()), &written, &place)) {
+    if (!WriteFile(file.get(), data.data(), static_cast<DWORD>(data.size()), &written, &place)) {
         Fail(path, "cannot be written", GetLastError());
     }
     length = std::max(length, offset + data.size());
-    if (length >= archiveLimit && wrong.empty()) {
-        wrong = Narrow(path) + ": grows to 2 GiB; expected less";
+    if (length >= archiveLimit && !failure) {
+        failure = Narrow(path) + ": grows to 2 GiB; expected less";
     }
 }
 
 void Archive::Add(const ZipItem& item) {
-    if (!wrong.empty()) {
+    if (failure) {
         return;
     }
     Entry entry;
@@ -168,26 +157,24 @@ void Archive::Add(const ZipItem& item) {
 }
 
 void Archive::AddFile(const std::wstring& source) {
-    const HANDLE from = CreateFileW(source.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    if (from == INVALID_HANDLE_VALUE) {
+    const File from = OpenToRead(source);
+    if (!from) {
         Fail(source, "cannot be opened", GetLastError());
         return;
     }
     LARGE_INTEGER size = {};
-    GetFileSizeEx(from, &size);
+    GetFileSizeEx(from.get(), &size);
     const auto bytes = static_cast<std::uint64_t>(size.QuadPart);
-    const bool saves = bytes < sampledSize || EstimatePacked(from, bytes) < bytes / 100 * 98;
+    const bool saves = bytes < sampledSize || EstimatePacked(from.get(), bytes) < bytes / 100 * 98;
     entries.back().method = bytes > 0 && saves ? deflated : stored;
     ReadPieces(from, source);
-    CloseHandle(from);
 }
 
-void Archive::ReadPieces(HANDLE source, const std::wstring& name) {
+void Archive::ReadPieces(const File& source, const std::wstring& name) {
     std::string next(pieceSize, '\0'), before;
     DWORD got = 0;
     const auto read = [&] {
-        if (ReadFile(source, next.data(), pieceSize, &got, nullptr)) {
+        if (ReadFile(source.get(), next.data(), pieceSize, &got, nullptr)) {
             return true;
         }
         Fail(name, "cannot be read", GetLastError());
@@ -196,7 +183,7 @@ void Archive::ReadPieces(HANDLE source, const std::wstring& name) {
     if (!read()) {
         return;
     }
-    for (bool isLast = false; !isLast && wrong.empty();) {
+    for (bool isLast = false; !isLast && !failure;) {
         auto piece = std::make_unique<Piece>();
         piece->stream = entries.size() - 1;
         piece->isStored = entries.back().method == stored;
@@ -221,10 +208,10 @@ void Archive::ReadPieces(HANDLE source, const std::wstring& name) {
 void Archive::WriteOldest() {
     const std::unique_ptr<Piece> piece = packer.Take();
     Entry& entry = entries[piece->stream];
-    if (piece->failed && wrong.empty()) {
-        wrong = entry.name + ": cannot be packed: out of memory";
+    if (piece->failed && !failure) {
+        failure = entry.name + ": cannot be packed: out of memory";
     }
-    if (!wrong.empty()) {
+    if (failure) {
         return;
     }
     const bool isFirst = !std::exchange(entry.started, true);
@@ -236,14 +223,14 @@ void Archive::WriteOldest() {
     entry.size += piece->length;
     entry.packed += static_cast<std::uint32_t>(piece->packed.size());
     if (entry.size > longestFile) {
-        wrong = entry.name + ": has 4 GiB or more; expected less";
+        failure = entry.name + ": has 4 GiB or more; expected less";
     } else if (isFirst) {
         WriteAt(length, LocalHeader(entry) + piece->packed);
     } else {
         WriteAt(length, piece->packed);
     }
     // The header in front of several pieces knows of all of them only now.
-    if (piece->isLast && !isFirst && wrong.empty()) {
+    if (piece->isLast && !isFirst && !failure) {
         WriteAt(entry.offset, LocalHeader(entry));
     }
 }
@@ -252,7 +239,7 @@ void Archive::Finish() {
     while (!packer.IsEmpty()) {
         WriteOldest();
     }
-    if (!wrong.empty()) {
+    if (failure) {
         return;
     }
     const std::uint64_t start = length;
@@ -273,7 +260,7 @@ void Archive::Finish() {
 
 }  // namespace
 
-std::string WriteZip(const std::wstring& path, std::vector<ZipItem> items) {
+Failure WriteZip(const std::wstring& path, std::vector<ZipItem> items) {
     if (items.size() > mostEntries) {
         return Narrow(path) + ": would have " + std::to_string(items.size()) +
                " entries; expected at most " + std::to_string(mostEntries);
@@ -285,5 +272,5 @@ std::string WriteZip(const std::wstring& path, std::vector<ZipItem> items) {
         archive.Add(item);
     }
     archive.Finish();
-    return archive.wrong;
+    return archive.failure;
 }

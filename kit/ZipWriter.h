@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "kit/Failure.h"
+
 /// An archive may not reach this many bytes: an executable that holds it could not be loaded.
 constexpr std::uint64_t archiveLimit = 0x80000000;  // 2 GiB
 /// Entries that an archive can have without the extensions for large ones.
@@ -17,6 +19,5 @@ struct ZipItem {
 
 /// Writes a zip archive (PKWARE's APPNOTE.TXT) of these items, sorted by name: deflated where that
 /// saves something, names marked as UTF-8, times in UTC, no extensions. The same items give the
-/// same bytes. Returns an empty text, or one line that says what failed; the file is then of no
-/// use.
-std::string WriteZip(const std::wstring& path, std::vector<ZipItem> items);
+/// same bytes. After a failure the file is of no use.
+Failure WriteZip(const std::wstring& path, std::vector<ZipItem> items);

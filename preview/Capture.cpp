@@ -1,13 +1,8 @@
 #include "preview/Capture.h"
 
-#include <wincodec.h>
-#include <wrl/client.h>
-
 #include <algorithm>
 
 namespace {
-
-using Microsoft::WRL::ComPtr;
 
 constexpr std::uint32_t colourMask = 0x00FFFFFF;
 
@@ -20,32 +15,6 @@ BITMAPINFO DescribeRows(int width, int height) {
     info.bmiHeader.biBitCount = 32;
     info.bmiHeader.biCompression = BI_RGB;
     return info;
-}
-
-bool StorePng(IWICImagingFactory* factory, const Pixels& pixels, const std::wstring& path) {
-    ComPtr<IWICStream> stream;
-    ComPtr<IWICBitmapEncoder> encoder;
-    ComPtr<IWICBitmapFrameEncode> frame;
-    const UINT stride = static_cast<UINT>(pixels.width) * 4;
-    const UINT size = stride * static_cast<UINT>(pixels.height);
-    auto* bytes = reinterpret_cast<BYTE*>(const_cast<std::uint32_t*>(pixels.rows.data()));
-    WICPixelFormatGUID format = GUID_WICPixelFormat24bppBGR;
-    ComPtr<IWICBitmap> bitmap;
-    return SUCCEEDED(factory->CreateStream(stream.GetAddressOf())) &&
-           SUCCEEDED(stream->InitializeFromFilename(path.c_str(), GENERIC_WRITE)) &&
-           SUCCEEDED(
-               factory->CreateEncoder(GUID_ContainerFormatPng, nullptr, encoder.GetAddressOf())) &&
-           SUCCEEDED(encoder->Initialize(stream.Get(), WICBitmapEncoderNoCache)) &&
-           SUCCEEDED(encoder->CreateNewFrame(frame.GetAddressOf(), nullptr)) &&
-           SUCCEEDED(frame->Initialize(nullptr)) &&
-           SUCCEEDED(
-               frame->SetSize(static_cast<UINT>(pixels.width), static_cast<UINT>(pixels.height))) &&
-           SUCCEEDED(frame->SetPixelFormat(&format)) &&
-           SUCCEEDED(factory->CreateBitmapFromMemory(
-               static_cast<UINT>(pixels.width), static_cast<UINT>(pixels.height),
-               GUID_WICPixelFormat32bppBGR, stride, size, bytes, bitmap.GetAddressOf())) &&
-           SUCCEEDED(frame->WriteSource(bitmap.Get(), nullptr)) && SUCCEEDED(frame->Commit()) &&
-           SUCCEEDED(encoder->Commit());
 }
 
 }  // namespace
@@ -91,12 +60,4 @@ bool IsOneColour(const Pixels& pixels) {
     return std::all_of(pixels.rows.begin(), pixels.rows.end(), [&pixels](std::uint32_t pixel) {
         return ((pixel ^ pixels.rows.front()) & colourMask) == 0;
     });
-}
-
-bool WritePng(const Pixels& pixels, const std::wstring& path) {
-    ComPtr<IWICImagingFactory> factory;
-    return SUCCEEDED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
-                                      IID_IWICImagingFactory,
-                                      reinterpret_cast<void**>(factory.GetAddressOf()))) &&
-           StorePng(factory.Get(), pixels, path);
 }

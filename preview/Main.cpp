@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "base/GlobalVars.h"
 #include "kit/Files.h"
 #include "kit/TextTable.h"
 #include "preview/Page.h"
 #include "preview/Record.h"
 #include "preview/Scenes.h"
 #include "preview/TakePictures.h"
-#include "startup/GlobalVars.h"
 #include "ui/Texts.h"
 
 namespace {
@@ -31,15 +31,6 @@ int Fail(const std::string& text) {
     return exitFailed;
 }
 
-bool WriteText(const std::string& path, const std::string& text) {
-    std::FILE* file = _wfopen(Widen(path).c_str(), L"wb");
-    if (file == nullptr) {
-        return false;
-    }
-    const bool isWhole = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    return std::fclose(file) == 0 && isWhole;
-}
-
 int TakeLanguage(const std::string& language) {
     const std::string actual = textLanguages[static_cast<size_t>(GetLanguageIndex())];
     if (actual != language) {
@@ -56,7 +47,7 @@ int TakeLanguage(const std::string& language) {
     if (!failure.empty()) {
         return Fail(language + ": " + failure);
     }
-    return WriteText(language + "/pictures.json", FormatRecord(record))
+    return WriteWholeFile(Widen(language) + L"\\pictures.json", FormatRecord(record)) == 0
                ? exitDone
                : Fail(language + "/pictures.json cannot be written");
 }
@@ -75,7 +66,8 @@ int MakePage() {
         return Fail("there are no pictures here");
     }
     globalVars.Init();
-    if (!WriteText("index.html", ComposePage(Narrow(globalVars.appDisplayName), records))) {
+    if (WriteWholeFile(L"index.html", ComposePage(Narrow(globalVars.appDisplayName), records)) !=
+        0) {
         return Fail("index.html cannot be written");
     }
     for (const std::string& warning : SummariseWarnings(records)) {

@@ -5,18 +5,18 @@
 
 /// One picture of a window or a box as it looks in one language. All text is UTF-8.
 struct Picture {
-    std::string scene;  ///< the same in all languages; also the name of the file
-    std::string title;  ///< for the reader, English
-    std::string file;   ///< relative to the page
+    std::string scene;  // the same in all languages; also the name of the file
+    std::string title;  // for the reader, English
+    std::string file;   // relative to the page
     int width;
     int height;
-    std::vector<std::string> texts;     ///< those of the product that it shows
-    std::vector<std::string> warnings;  ///< what cannot be read well
+    std::vector<std::string> texts;     // those of the product that it shows
+    std::vector<std::string> warnings;  // what cannot be read well
 };
 
 /// What one run of the preview made.
 struct Record {
-    std::string language;  ///< as texts.json names it
+    std::string language;  // as texts.json names it
     std::vector<Picture> pictures;
 };
 

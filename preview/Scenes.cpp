@@ -1,13 +1,13 @@
 #include "preview/Scenes.h"
 
+#include "base/GlobalVars.h"
 #include "diagnostics/ErrorReport.h"
 #include "operations/Progress.h"
-#include "startup/GlobalVars.h"
-#include "support/ImportSlot.h"
-#include "ui/DialogRequests.h"
+#include "preview/ImportSlot.h"
+#include "ui/DialogAnswering.h"
+#include "ui/DialogAsking.h"
 #include "ui/MainWindow.h"
 #include "ui/OperationEnd.h"
-#include "ui/ShowDialog.h"
 #include "ui/Texts.h"
 
 namespace {
@@ -26,7 +26,7 @@ BOOL WINAPI AnswerMembership(HANDLE, PSID, BOOL* isMember) {
 }
 
 bool ReplaceImport(const char* function, FARPROC replacement) {
-    FARPROC* slot = FindImportSlot(nullptr, function);
+    FARPROC* slot = FindImportSlot(function);
     if (slot != nullptr) {
         WriteImportSlot(slot, replacement);
     }
@@ -34,15 +34,15 @@ bool ReplaceImport(const char* function, FARPROC replacement) {
 }
 
 void ShowInstall() {
-    CreateMainWindow(SW_SHOWNORMAL, &globalVars, OperationInstall);
+    CreateMainWindow(SW_SHOWNORMAL, OperationInstall);
 }
 
 void ShowUpdate() {
-    CreateMainWindow(SW_SHOWNORMAL, &globalVars, OperationUpdate);
+    CreateMainWindow(SW_SHOWNORMAL, OperationUpdate);
 }
 
 void ShowUninstall() {
-    CreateMainWindow(SW_SHOWNORMAL, &globalVars, OperationUninstall);
+    CreateMainWindow(SW_SHOWNORMAL, OperationUninstall);
 }
 
 // The entry point asks this by itself.
@@ -51,13 +51,11 @@ void AskToUninstall() {
                 MB_YESNO | MB_ICONQUESTION);
 }
 
-// The end of an operation sends its report before it shows a box; this one has no addressee.
+// The end of an operation sends its report before it shows a box.
 void ShowEnd(int operation, int errorCode) {
-    GlobalVars nowhere;
-    ErrorReport unsent;
-    unsent.vars = &nowhere;
+    progressObject.operation = operation;
     progressObject.errorCode = errorCode;
-    FinishOperation(nullptr, globalVars, progressObject, unsent, operation);
+    FinishOperation(nullptr, progressObject, errorReport);
     progressObject.errorCode = ErrorNone;
 }
 
@@ -79,7 +77,7 @@ void ShowUninstallFailed() {
 
 void ShowAccessBlocked(bool asAdministrator) {
     isAdministrator = asAdministrator;
-    AnswerDialogRequest(nullptr, globalVars, {TextAccessBlocked, TextTitle, MB_RETRYCANCEL});
+    AnswerDialogRequest(nullptr, {TextAccessBlocked, TextTitle, MB_RETRYCANCEL});
 }
 
 void ShowAccessBlockedBox() {
@@ -170,7 +168,9 @@ const std::vector<Scene>& AllScenes() {
 bool PrepareStage() {
     globalVars.hInstance = GetModuleHandleW(nullptr);
     globalVars.Init();
-    progressObject.vars = &globalVars;
+    // The reports of the scenes have no addressee and leave no file.
+    globalVars.serverHost.clear();
+    globalVars.errorReportFileName.clear();
     return ReplaceImport("CreateThread", reinterpret_cast<FARPROC>(&StartNoThread)) &&
            ReplaceImport("CheckTokenMembership", reinterpret_cast<FARPROC>(&AnswerMembership));
 }

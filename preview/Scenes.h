@@ -7,12 +7,12 @@
 
 /// One picture to take: a state of the main window, or a box.
 struct Shot {
-    const char* name;   ///< of the picture's file
-    const char* title;  ///< for the reader of the page
+    const char* name;   // of the picture's file
+    const char* title;  // for the reader of the page
     bool isBox;
-    std::vector<int> textRows;  ///< of the product's table, those that are to be seen
-    int stage;                  ///< of the main window, and
-    int percent;                ///< where its bar stands
+    std::vector<int> textRows;  // of the product's table, those that are to be seen
+    int stage;                  // of the main window, and
+    int percent;                // where its bar stands
 };
 
 /// What the program shows between two moments at which nothing is on the screen.

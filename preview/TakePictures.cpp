@@ -6,16 +6,16 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/GlobalVars.h"
 #include "kit/Files.h"
 #include "operations/Progress.h"
 #include "preview/Capture.h"
 #include "preview/Legibility.h"
 #include "preview/Scenes.h"
-#include "startup/GlobalVars.h"
 #include "ui/BackgroundImage.h"
+#include "ui/DialogAsking.h"
 #include "ui/MainWindow.h"
 #include "ui/ProgressControls.h"
-#include "ui/ShowDialog.h"
 #include "ui/Texts.h"
 
 namespace {
@@ -112,7 +112,8 @@ void Take(const Shot& shot, HWND window) {
     const Pixels pixels = CaptureWindow(window);
     if (pixels.rows.empty() || IsOneColour(pixels)) {
         play.failure = std::string(shot.name) + ": nothing is to be seen";
-    } else if (!WritePng(pixels, play.folder + L"\\" + Widen(file))) {
+    } else if (const std::string png = EncodePng(pixels, false);
+               png.empty() || WriteWholeFile(play.folder + L"\\" + Widen(file), png) != 0) {
         play.failure = file + " cannot be written";
     }
     Picture picture{

@@ -68,15 +68,15 @@ struct MappedFile {
 
 HRESULT ToHResult(ZipResult result) {
     switch (result) {
-        case ZipResult::ok:
+        case ZipResult::Ok:
             return S_OK;
-        case ZipResult::unsupported:
+        case ZipResult::Unsupported:
             return HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
-        case ZipResult::unsafeName:
+        case ZipResult::UnsafeName:
             return HRESULT_FROM_WIN32(ERROR_BAD_PATHNAME);
-        case ZipResult::sinkFailed:
+        case ZipResult::SinkFailed:
             return E_FAIL;
-        case ZipResult::damaged:
+        case ZipResult::Damaged:
             break;
     }
     return HRESULT_FROM_WIN32(ERROR_INVALID_DATA);

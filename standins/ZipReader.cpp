@@ -44,7 +44,7 @@ struct Directory {
 
 ZipResult FindDirectory(Bytes archive, Directory& directory) {
     if (archive.size() < endSize) {
-        return ZipResult::damaged;
+        return ZipResult::Damaged;
     }
     const std::size_t last = archive.size() - endSize;
     const std::size_t first = last - std::min(last, longestComment);
@@ -52,25 +52,25 @@ ZipResult FindDirectory(Bytes archive, Directory& directory) {
     // The record's comment reaches exactly to the end of the file, else it is no end record.
     while (Get32(archive, end) != endSignature || Get16(archive, end + 20) != last - end) {
         if (end == first) {
-            return ZipResult::damaged;
+            return ZipResult::Damaged;
         }
         --end;
     }
     const std::uint32_t size = Get32(archive, end + 12), offset = Get32(archive, end + 16);
     directory.count = Get16(archive, end + 10);
     if (directory.count == 0xFFFF || size == 0xFFFFFFFF || offset == 0xFFFFFFFF) {
-        return ZipResult::unsupported;
+        return ZipResult::Unsupported;
     }
     if (Get16(archive, end + 4) != 0 || Get16(archive, end + 6) != 0 ||
         Get16(archive, end + 8) != directory.count) {
-        return ZipResult::unsupported;
+        return ZipResult::Unsupported;
     }
     if (offset > end || size != end - offset) {
-        return ZipResult::damaged;
+        return ZipResult::Damaged;
     }
     directory.files = archive.first(offset);
     directory.headers = archive.subspan(offset, size);
-    return ZipResult::ok;
+    return ZipResult::Ok;
 }
 
 // Links, devices and pipes have no business in an archive of files and folders.
@@ -89,36 +89,36 @@ bool IsPlainKind(std::uint32_t attributes, bool isFolder) {
 ZipResult LocateBytes(Bytes files, Bytes central, std::string_view name, ZipEntry& entry) {
     const std::size_t at = Get32(central, 42), packed = Get32(central, 20);
     if (at > files.size() || files.size() - at < localSize) {
-        return ZipResult::damaged;
+        return ZipResult::Damaged;
     }
     const Bytes local = files.subspan(at);
     const std::size_t nameSize = Get16(local, 26), skip = localSize + nameSize + Get16(local, 28);
     if (Get32(local, 0) != localSignature || skip > local.size() || packed > local.size() - skip) {
-        return ZipResult::damaged;
+        return ZipResult::Damaged;
     }
     const std::uint16_t flags = Get16(local, 6);
     if (((flags ^ Get16(central, 8)) & flagsThatMatter) || Get16(local, 8) != Get16(central, 10) ||
         nameSize != name.size() ||
         !std::equal(name.begin(), name.end(), local.data() + localSize,
                     [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; })) {
-        return ZipResult::damaged;
+        return ZipResult::Damaged;
     }
     // Checksum and sizes may stand behind the bytes instead; the central header has them always.
     if (!(flags & flagSizesBehind) &&
         !std::equal(local.data() + 14, local.data() + 26, central.data() + 16)) {
-        return ZipResult::damaged;
+        return ZipResult::Damaged;
     }
     entry.packed = local.subspan(skip, packed);
-    return ZipResult::ok;
+    return ZipResult::Ok;
 }
 
 ZipResult ReadEntry(Bytes files, Bytes central, std::string_view name, ZipEntry& entry) {
     const std::uint16_t flags = Get16(central, 8), method = Get16(central, 10);
     if (flags & (flagEncrypted | flagStrong | flagMasked)) {
-        return ZipResult::unsupported;
+        return ZipResult::Unsupported;
     }
     if (method != methodStored && method != methodDeflated) {
-        return ZipResult::unsupported;
+        return ZipResult::Unsupported;
     }
     entry.isDeflated = method == methodDeflated;
     entry.dosTime = Get16(central, 12);
@@ -127,24 +127,24 @@ ZipResult ReadEntry(Bytes files, Bytes central, std::string_view name, ZipEntry&
     entry.size = Get32(central, 24);
     if (Get32(central, 20) == 0xFFFFFFFF || entry.size == 0xFFFFFFFF ||
         Get32(central, 42) == 0xFFFFFFFF || Get16(central, 34) != 0) {
-        return ZipResult::unsupported;
+        return ZipResult::Unsupported;
     }
 
     std::u16string decoded;
     if (!DecodeEntryName(name, flags & flagUtf8, decoded) ||
         !MakeRelativePath(decoded, entry.path, entry.isFolder)) {
-        return ZipResult::unsafeName;
+        return ZipResult::UnsafeName;
     }
     if (!IsPlainKind(Get32(central, 38), entry.isFolder)) {
-        return ZipResult::unsafeName;
+        return ZipResult::UnsafeName;
     }
 
     const ZipResult result = LocateBytes(files, central, name, entry);
-    if (result != ZipResult::ok) {
+    if (result != ZipResult::Ok) {
         return result;
     }
     const bool sizesLie = !entry.isDeflated && entry.size != entry.packed.size();
-    return sizesLie || (entry.isFolder && entry.size != 0) ? ZipResult::damaged : ZipResult::ok;
+    return sizesLie || (entry.isFolder && entry.size != 0) ? ZipResult::Damaged : ZipResult::Ok;
 }
 
 // Two entries for one file, or a file where another entry needs a folder.
@@ -197,16 +197,16 @@ ZipResult Inflate(const ZipEntry& entry, z_stream& stream, const ZipSink& sink) 
         state = inflate(&stream, Z_NO_FLUSH);
         const std::size_t got = room - stream.avail_out;
         if ((state != Z_OK && state != Z_STREAM_END) || got > entry.size - written) {
-            return ZipResult::damaged;
+            return ZipResult::Damaged;
         }
         written += got;
         crc = crc32(crc, buffer.get(), static_cast<uInt>(got));
         if (got != 0 && !sink({buffer.get(), got})) {
-            return ZipResult::sinkFailed;
+            return ZipResult::SinkFailed;
         }
     }
     const bool isWhole = written == entry.size && crc == entry.crc && stream.avail_in == 0;
-    return isWhole ? ZipResult::ok : ZipResult::damaged;
+    return isWhole ? ZipResult::Ok : ZipResult::Damaged;
 }
 
 }  // namespace
@@ -220,40 +220,40 @@ ZipResult ReadEntries(Bytes archive, std::vector<ZipEntry>& entries) {
     entries.clear();
     Directory directory;
     ZipResult result = FindDirectory(archive, directory);
-    if (result != ZipResult::ok) {
+    if (result != ZipResult::Ok) {
         return result;
     }
     Bytes rest = directory.headers;
     for (std::size_t i = 0; i < directory.count; ++i) {
         if (rest.size() < centralSize || Get32(rest, 0) != centralSignature) {
-            return ZipResult::damaged;
+            return ZipResult::Damaged;
         }
         const std::size_t nameSize = Get16(rest, 28);
         const std::size_t whole = centralSize + nameSize + Get16(rest, 30) + Get16(rest, 32);
         if (whole > rest.size()) {
-            return ZipResult::damaged;
+            return ZipResult::Damaged;
         }
         const std::string_view name(reinterpret_cast<const char*>(rest.data()) + centralSize,
                                     nameSize);
         result = ReadEntry(directory.files, rest.first(whole), name, entries.emplace_back());
-        if (result != ZipResult::ok) {
+        if (result != ZipResult::Ok) {
             return result;
         }
         rest = rest.subspan(whole);
     }
     if (!rest.empty() || HaveSharedBytes(entries) || HaveClashingPaths(entries)) {
-        return ZipResult::damaged;
+        return ZipResult::Damaged;
     }
-    return ZipResult::ok;
+    return ZipResult::Ok;
 }
 
 ZipResult UnpackEntry(const ZipEntry& entry, const ZipSink& sink) {
     if (!entry.isDeflated) {
         const auto size = static_cast<uInt>(entry.packed.size());
         if (crc32(crc32(0, nullptr, 0), entry.packed.data(), size) != entry.crc) {
-            return ZipResult::damaged;
+            return ZipResult::Damaged;
         }
-        return entry.packed.empty() || sink(entry.packed) ? ZipResult::ok : ZipResult::sinkFailed;
+        return entry.packed.empty() || sink(entry.packed) ? ZipResult::Ok : ZipResult::SinkFailed;
     }
     z_stream stream{};
     // Negative: a bare deflate stream, without zlib's own header.

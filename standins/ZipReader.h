@@ -13,11 +13,11 @@
 using Bytes = std::span<const std::uint8_t>;
 
 enum class ZipResult {
-    ok,
-    damaged,      // structure, size or checksum do not agree with the bytes
-    unsupported,  // encrypted, several disks, zip64, another method
-    unsafeName,   // a name or a kind of file that must not be unpacked
-    sinkFailed,   // the receiver of the bytes gave up
+    Ok,
+    Damaged,      // structure, size or checksum do not agree with the bytes
+    Unsupported,  // encrypted, several disks, zip64, another method
+    UnsafeName,   // a name or a kind of file that must not be unpacked
+    SinkFailed,   // the receiver of the bytes gave up
 };
 
 struct ZipEntry {
@@ -35,12 +35,12 @@ struct ZipEntry {
 bool LooksLikeZip(Bytes beginning);
 
 /// Reads all entries of the archive and checks names and structure, before anything is unpacked.
-/// entries is of use only after ZipResult::ok, and as long as the archive stays in memory.
+/// entries is of use only after ZipResult::Ok, and as long as the archive stays in memory.
 ZipResult ReadEntries(Bytes archive, std::vector<ZipEntry>& entries);
 
 /// Receives consecutive pieces of a file; false ends the unpacking.
 using ZipSink = std::function<bool(Bytes)>;
 
 /// Unpacks one entry in pieces of up to 1 MiB. The sink never gets more than the entry's size; size
-/// and checksum are known to be right only when the result is ZipResult::ok.
+/// and checksum are known to be right only when the result is ZipResult::Ok.
 ZipResult UnpackEntry(const ZipEntry& entry, const ZipSink& sink);

@@ -2,13 +2,15 @@
 
 #include <strsafe.h>
 
+#include "base/GlobalVars.h"
+#include "base/Log.h"
+#include "base/TempFolder.h"
+#include "base/Utf8.h"
 #include "diagnostics/HttpPost.h"
-#include "diagnostics/Log.h"
 #include "diagnostics/ProcessSection.h"
 #include "diagnostics/SystemInfo.h"
 #include "fs/FilePrimitives.h"
-#include "services/Launch.h"
-#include "startup/GlobalVars.h"
+#include "processes/Launch.h"
 
 ErrorReport& errorReport = *new ErrorReport;
 
@@ -34,13 +36,10 @@ std::wstring GatherSections(const std::wstring& appGuid) {
 }
 
 void Save(const std::wstring& text, const std::wstring& fileName) {
-    wchar_t folder[260];
-    const DWORD length = GetTempPathW(260, folder);
-    if (length == 0 || length > 260) {
-        return;
-    }
-    wchar_t path[260];
-    if (FAILED(StringCchPrintfW(path, 260, L"%s\\%s", folder, fileName.c_str()))) {
+    wchar_t folder[MAX_PATH];
+    wchar_t path[MAX_PATH];
+    if (!GetTempFolder(folder) ||
+        FAILED(StringCchPrintfW(path, MAX_PATH, L"%s\\%s", folder, fileName.c_str()))) {
         return;
     }
     WriteBufferToFile(text.data(), static_cast<std::uint32_t>(text.size() * sizeof(wchar_t)), path);
@@ -81,9 +80,10 @@ void ErrorReport::SetMessage(const wchar_t* text) {
 void ErrorReport::Send(const ErrorReport* source) {
     const ErrorReport& failure = source ? *source : *this;
     body = failure.message + L" : " + failure.lastErrorText;
-    body += GatherSections(vars->appGuid);
-    Save(body, vars->errorReportFileName);
+    body += GatherSections(globalVars.appGuid);
+    Save(body, globalVars.errorReportFileName);
     body = L"{ \"message\": \"" + PercentEncode(body) + L"\" }";
-    PostJson({vars->serverHost, vars->serverPort, vars->reportErrorPath, vars->internetFlags},
+    PostJson({globalVars.serverHost, globalVars.serverPort, globalVars.reportErrorPath,
+              globalVars.internetFlags},
              body);
 }

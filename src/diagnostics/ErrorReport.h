@@ -4,8 +4,6 @@
 
 #include <string>
 
-struct GlobalVars;
-
 /// A failure on its way to the product's server. One free-standing instance sends; a second one, in
 /// the progress object, carries what failed in an operation.
 class ErrorReport {
@@ -23,13 +21,12 @@ class ErrorReport {
 
     /// The report text, afterwards the body of the request.
     std::wstring body;
-    const GlobalVars* vars = nullptr;
     std::wstring lastErrorText;
     std::wstring message;
     DWORD lastError = 0;
 };
 
-/// The instance that sends. WinMain gives it `vars`; the main thread uses it, while no operation
+/// The instance that sends. The main thread uses it, while no operation
 /// runs.
 extern ErrorReport& errorReport;
 

@@ -2,7 +2,8 @@
 
 #include <wininet.h>
 
-#include "services/SystemLibrary.h"
+#include "base/SystemLibrary.h"
+#include "base/Utf8.h"
 
 namespace {
 
@@ -12,18 +13,6 @@ Function* FromWinInet(const char* name, Function* declaration) {
 }
 
 }  // namespace
-
-std::string ToUtf8(const std::wstring& text) {
-    const int length = static_cast<int>(text.size());
-    const int size =
-        WideCharToMultiByte(CP_UTF8, 0, text.c_str(), length, nullptr, 0, nullptr, nullptr);
-    if (size == 0) {
-        return {};
-    }
-    std::string bytes(size, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), length, bytes.data(), size, nullptr, nullptr);
-    return bytes;
-}
 
 void PostJson(const PostTarget& target, const std::wstring& body) {
     std::string bytes = ToUtf8(body);

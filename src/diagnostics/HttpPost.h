@@ -16,6 +16,3 @@ struct PostTarget {
 /// Posts a JSON text, in UTF-8. Nothing is sent when there is nothing to convert. Blocks with the
 /// system's time-outs; no retry, and the outcome is not looked at.
 void PostJson(const PostTarget& target, const std::wstring& body);
-
-/// Empty when the text is empty or cannot be converted.
-std::string ToUtf8(const std::wstring& text);

@@ -1,10 +1,8 @@
 #include "diagnostics/ProcessSection.h"
 
-#include <tlhelp32.h>
-
 #include <algorithm>
 
-#include "diagnostics/DecimalText.h"
+#include "base/DecimalText.h"
 #include "processes/ProcessControl.h"
 
 namespace {
@@ -48,15 +46,10 @@ bool HasParent(const std::vector<ProcessEntry>& processes, const ProcessEntry& e
 
 std::wstring GetProcessTree() {
     std::vector<ProcessEntry> processes;
-    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Process32FirstW(snapshot, &entry); more;
-         more = Process32NextW(snapshot, &entry)) {
-        processes.push_back({GetProcessFullName(entry.th32ProcessID), entry.szExeFile,
-                             entry.th32ProcessID, entry.th32ParentProcessID});
+    for (const ProcessRecord& process : ListProcesses()) {
+        processes.push_back(
+            {GetProcessFullName(process.pid), process.exeName, process.pid, process.parentPid});
     }
-    CloseHandle(snapshot);
     return FormatProcessTree(std::move(processes));
 }
 

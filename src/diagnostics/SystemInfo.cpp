@@ -6,10 +6,11 @@
 
 #include <vector>
 
-#include "diagnostics/DecimalText.h"
-#include "operations/UninstallEntry.h"
-#include "services/Bitness.h"
-#include "services/SystemLibrary.h"
+#include "base/Bitness.h"
+#include "base/DecimalText.h"
+#include "base/SystemLibrary.h"
+#include "base/TempFolder.h"
+#include "services/UninstallEntry.h"
 
 namespace {
 
@@ -125,9 +126,8 @@ std::wstring GetVersionsInfo(const wchar_t* appGuid) {
 
 std::wstring GetEnvironmentInfo() {
     std::wstring text;
-    wchar_t temp[260];
-    const DWORD length = GetTempPathW(260, temp);
-    if (length > 0 && length <= 260) {
+    wchar_t temp[MAX_PATH];
+    if (GetTempFolder(temp)) {
         text += std::wstring(L"\n      TEMP: ") + temp;
     }
     text += FolderLine(L"APPDATA", CSIDL_APPDATA);
@@ -142,9 +142,9 @@ std::wstring GetExecutablePath() {
 }
 
 std::wstring GetCurrentDirectoryText() {
-    wchar_t path[260];
-    const DWORD length = GetCurrentDirectoryW(260, path);
-    return length > 0 && length < 260 ? std::wstring(path, length) : std::wstring();
+    wchar_t path[MAX_PATH];
+    const DWORD length = GetCurrentDirectoryW(MAX_PATH, path);
+    return length > 0 && length < MAX_PATH ? std::wstring(path, length) : std::wstring();
 }
 
 void SetReportNewVersion(const std::wstring& text) {

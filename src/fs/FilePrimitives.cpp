@@ -4,7 +4,8 @@
 #include <shlwapi.h>
 #include <string.h>
 
-#include "diagnostics/Log.h"
+#include "base/LastErrorKeeper.h"
+#include "base/Log.h"
 
 namespace {
 
@@ -50,15 +51,26 @@ bool IsDotEntry(const wchar_t* name) {
 int CreateDir(const std::wstring& path) {
     fsUtilsLog.Info(L"CreateDir: " + path);
     std::size_t position = 0;
+    bool isMissing = false;
+    DWORD error = ERROR_SUCCESS;
     do {
         position = path.find_first_of(L"\\/", position + 1);
         const std::wstring part = path.substr(0, position);
-        if (!PathFileExistsW(part.c_str()) && !CreateDirectoryW(part.c_str(), nullptr)) {
-            fsUtilsLog.Error(L"CreateDir: " + LastErrorText());
-            return -1;
+        if (PathFileExistsW(part.c_str()) || CreateDirectoryW(part.c_str(), nullptr)) {
+            isMissing = false;
+        } else if (!isMissing) {
+            // A server's name can be neither seen nor made, and what lies behind it can. Of what is
+            // missing in the end the first part tells why.
+            isMissing = true;
+            error = GetLastError();
         }
     } while (position != std::wstring::npos);
-    return 0;
+    if (!isMissing || PathFileExistsW(path.c_str())) {
+        return 0;
+    }
+    fsUtilsLog.Error(L"CreateDir: " + ErrorText(error));
+    SetLastError(error);
+    return -1;
 }
 
 void RemoveDir(const wchar_t* path) {
@@ -118,11 +130,7 @@ int WriteBufferToFile(const void* data, std::uint32_t length, const std::wstring
     }
     DWORD written = 0;
     const BOOL done = WriteFile(file, data, length, &written, nullptr);
-    const DWORD error = GetLastError();
+    const LastErrorKeeper keeper;
     CloseHandle(file);
-    if (!done) {
-        SetLastError(error);
-        return -1;
-    }
-    return 0;
+    return done ? 0 : -1;
 }

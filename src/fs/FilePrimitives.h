@@ -14,8 +14,10 @@ bool IsFolderLink(const WIN32_FIND_DATAW& entry);
 /// True for the two entries of an enumeration that name the folder itself and its parent.
 bool IsDotEntry(const wchar_t* name);
 
-/// Creates a folder with all its parents; both kinds of slash separate. A failure is logged, and
-/// the parents made so far stay. A file at the end of the path counts as success.
+/// Creates a folder with all its parents; both kinds of slash separate. It fails when the path is
+/// missing in the end, whatever parts of it could not be made: that is logged, the parents made so
+/// far stay, and the thread's last error is that of the first part missing. A file at the end of
+/// the path counts as success.
 int CreateDir(const std::wstring& path);
 
 /// Deletes a folder tree as far as it goes: what cannot be deleted is logged and passed over. A

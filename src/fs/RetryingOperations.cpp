@@ -5,10 +5,10 @@
 #include <shlwapi.h>
 #include <stdlib.h>
 
-#include "diagnostics/Log.h"
-#include "services/Launch.h"
-#include "ui/ShowDialog.h"
-#include "ui/Texts.h"
+#include "base/Log.h"
+#include "processes/Launch.h"
+#include "resources/TextTableFormat.h"
+#include "ui/DialogAsking.h"
 
 namespace {
 
@@ -28,13 +28,16 @@ std::wstring PathList(const std::wstring& path) {
 }
 
 struct ShellOperation {
+    const std::wstring& source;
     std::wstring from;
     std::wstring to;
     SHFILEOPSTRUCTW record{};
 
     ShellOperation(UINT operation, FILEOP_FLAGS flags, const std::wstring& fromPath,
                    const std::wstring* toPath)
-        : from(PathList(fromPath)), to(toPath ? PathList(*toPath) : std::wstring()) {
+        : source(fromPath),
+          from(PathList(fromPath)),
+          to(toPath ? PathList(*toPath) : std::wstring()) {
         record.wFunc = operation;
         record.fFlags = flags;
         record.pFrom = from.c_str();
@@ -44,7 +47,20 @@ struct ShellOperation {
     ShellOperation& operator=(const ShellOperation&) = delete;
 
     int Run() {
-        return SHFileOperationW(&record);
+        if (PathIsDirectoryW(to.c_str()) && PathIsDirectoryW(source.c_str())) {
+            // An earlier call has made the target and stopped; the source would land inside it.
+            if (PathIsDirectoryEmptyW(source.c_str())) {
+                return 0;
+            }
+            from = source;
+            from.append(L"\\*", 3);  // and the end of the list
+            record.pFrom = from.c_str();
+        }
+        const int result = SHFileOperationW(&record);
+        // Not all was done: to clear the source of such a move would delete the rest.
+        const bool isIncomplete =
+            record.fAnyOperationsAborted || (!to.empty() && !PathFileExistsW(to.c_str()));
+        return result == 0 && isIncomplete ? ERROR_CANCELLED : result;
     }
 };
 
@@ -76,15 +92,12 @@ int Fail(const wchar_t* name, int shellResult) {
     return -1;
 }
 
-// The fall-back of a pass: clears the target and lets the shell do it. Sets `result` to the shell's
-// code; false when the target could not be cleared.
+// The fall-back of a pass: clears the target, unless an earlier pass has begun it, and lets the
+// shell do it. Sets `result` to the shell's code; false when the target could not be cleared.
 bool ShellMoveCopy(const std::wstring& from, const std::wstring& to, UINT operation,
-                   bool showErrorDialog, int& result) {
-    if (PathFileExistsW(to.c_str()) && SHRemoveObject(to, showErrorDialog) < 0) {
-        // Logging asks the system for the time and the like, the caller wants the shell's code.
-        const DWORD error = GetLastError();
+                   bool showErrorDialog, bool& isBegun, int& result) {
+    if (!isBegun && PathFileExistsW(to.c_str()) && SHRemoveObject(to, showErrorDialog) < 0) {
         fsUtilsLog.Error(L"SHMoveCopyObject: error of SHRemoveObject");
-        SetLastError(error);
         return false;
     }
     ShellOperation shell(operation, quietFlags, from, &to);
@@ -94,6 +107,8 @@ bool ShellMoveCopy(const std::wstring& from, const std::wstring& to, UINT operat
         shell.record.wFunc = FO_COPY;
     }
     result = RetryShell(shell, result, L"SHMoveCopyObject");
+    // What a move has brought there before it stopped is nowhere else.
+    isBegun = operation == FO_MOVE && PathIsDirectoryW(to.c_str());
     return true;
 }
 
@@ -158,12 +173,13 @@ int SHMoveCopyObject(const std::wstring& from, const std::wstring& to, unsigned 
         fsUtilsLog.Info(L"SHMoveCopyObject: Done");
         return 0;
     }
+    bool isBegun = false;
     int result = 0;
     do {
         if ((operation == FO_MOVE ? MoveObject(from, to) : CopyObject(from, to)) == 0) {
             return 0;
         }
-        if (!ShellMoveCopy(from, to, operation, showErrorDialog, result)) {
+        if (!ShellMoveCopy(from, to, operation, showErrorDialog, isBegun, result)) {
             return -1;
         }
     } while (result != 0 && showErrorDialog && UserWantsRetry());
@@ -194,9 +210,7 @@ int SHRenameObject(const std::wstring& from, const std::wstring& to) {
         return 0;
     }
     if (PathFileExistsW(to.c_str()) && SHRemoveObject(to, false) < 0) {
-        const DWORD error = GetLastError();
         fsUtilsLog.Error(L"SHRenameObject: error of SHRemoveObject");
-        SetLastError(error);
         return -1;
     }
     if (MoveObject(from, to) == 0) {

@@ -8,7 +8,8 @@
 /// Results: 0 is success, -1 failure; a missing source or path to delete is a success. Where a
 /// caller asks for `showErrorDialog`, a failed pass starts a report run (once in the life of the
 /// process) and asks the user; Retry starts the pass anew, without limit, and anything else fails
-/// the operation. After -1 the thread's last error holds the shell's code.
+/// the operation. After -1 the thread's last error holds the shell's code, or ERROR_CANCELLED
+/// when the shell reported success and has left out parts or not made the target.
 
 /// Deletes a file or a folder tree for good, no recycle bin. A path with a `*` deletes the files it
 /// matches and no folders. Up to 6 attempts.
@@ -24,7 +25,8 @@ unsigned long CopyObject(const std::wstring& from, const std::wstring& to);
 
 /// MoveObject or CopyObject (`operation` is FO_MOVE or FO_COPY); when that fails the target is
 /// removed and the shell does it, in up to 6 attempts. A shell move that meets a sharing violation
-/// goes on as a copy, and what stays of the source is then removed.
+/// goes on as a copy, and what stays of the source is then removed. A folder's move that stopped
+/// half way goes on inside the target, also after Retry.
 int SHMoveCopyObject(const std::wstring& from, const std::wstring& to, unsigned operation,
                      bool showErrorDialog);
 int SHCopyObject(const std::wstring& from, const std::wstring& to, bool showErrorDialog);

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "diagnostics/Log.h"
+#include "base/Log.h"
 #include "fs/FilePrimitives.h"
 #include "fs/RetryingOperations.h"
 

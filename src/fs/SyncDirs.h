@@ -42,8 +42,9 @@ class FSObject {
 
 /// Makes the destination folder's content equal to the source's: copies what is missing or differs
 /// in size or last-write time to the second, deletes what the source lacks. A link to a folder in
-/// the destination is replaced, its target never entered. Walks eight levels, the root being the
-/// first; deeper folders are created empty and keep what they hold.
+/// the source is followed, so that its target's content is copied; one in the destination is
+/// replaced, its target never entered. Walks eight levels, the root being the first; deeper folders
+/// are created empty and keep what they hold.
 ///
 /// 0 when the walk ended or the source does not exist; -1 when a step failed, and what was done by
 /// then stays. `showErrorDialog` goes to the copies and to the removals that stand in their way

@@ -3,23 +3,21 @@
 #include <shlwapi.h>
 #include <strsafe.h>
 
-#include "diagnostics/DecimalText.h"
-#include "diagnostics/Log.h"
+#include "base/DecimalText.h"
+#include "base/GlobalVars.h"
+#include "base/Log.h"
 #include "fs/FilePrimitives.h"
 #include "operations/Progress.h"
+#include "processes/Launch.h"
 #include "processes/ProcessControl.h"
-#include "services/Launch.h"
 #include "services/Shortcut.h"
 #include "services/Version.h"
-#include "startup/GlobalVars.h"
 
-int GetCurrentAppVersion(const GlobalVars* vars, Version& version) {
+int GetCurrentAppVersion(Version& version) {
     std::string content;
-    if (ReadTextFile(vars->versionFilePath, content) < 0) {
-        const DWORD error = GetLastError();
+    if (ReadTextFile(globalVars.versionFilePath, content) < 0) {
         installAppLog.Error(L"GetCurrentAppVersion: error of read version file '" +
-                            vars->versionFilePath + L"': " + ErrorText(error));
-        SetLastError(error);
+                            globalVars.versionFilePath + L"': " + LastErrorText());
         return -1;
     }
     version.Parse(content.c_str());
@@ -56,47 +54,48 @@ std::wstring ComposeStartArguments(const wchar_t* arguments, bool startInvisible
 
 bool ComposeInstallFlag(const std::wstring& moduleName, bool isOffline, std::wstring& flag) {
     const wchar_t* offlineFlag = isOffline ? L"--is-offline-install" : L"";
-    wchar_t text[260];
-    const HRESULT result = moduleName.empty()
-                               ? StringCchPrintfW(text, 260, L"--install-app %s", offlineFlag)
-                               : StringCchPrintfW(text, 260, L"--install-app=\"%s\" %s",
-                                                  moduleName.c_str(), offlineFlag);
+    constexpr int flagLength = 260;
+    wchar_t text[flagLength];
+    const HRESULT result =
+        moduleName.empty() ? StringCchPrintfW(text, flagLength, L"--install-app %s", offlineFlag)
+                           : StringCchPrintfW(text, flagLength, L"--install-app=\"%s\" %s",
+                                              moduleName.c_str(), offlineFlag);
     flag = text;
     return SUCCEEDED(result);
 }
 
 void CProgressObject::CloseRunningApp(std::wstring excludeName) {
-    const wchar_t* appExeName = vars->appExeName.c_str();
-    const std::wstring& starter = vars->starterPath;
+    const wchar_t* appExeName = globalVars.appExeName.c_str();
+    const std::wstring& starter = globalVars.starterPath;
     if (PathFileExistsW(starter.c_str()) && GetRunProcessCount(appExeName) != 0 &&
         ExecuteApp(starter.c_str(), L"--kill-app", 0, false) == 0) {
-        WaitAppForCloseByPath(vars->installDir);
+        WaitAppForCloseByPath(globalVars.installDir);
     }
-    KillAllProcessesByNameOrPath(appExeName, vars->installDir, excludeName);
+    KillAllProcessesByNameOrPath(appExeName, globalVars.installDir, excludeName);
     // Leaves the number of those that remain in the log.
     GetRunProcessCount(appExeName);
 }
 
 void CProgressObject::StartApp(const wchar_t* arguments) {
     const std::uint64_t startTime = CurrentUnixMilliseconds();
-    const std::wstring text = ComposeStartArguments(arguments, vars->startAppInvisible != 0,
-                                                    vars->appStartArgs, startTime);
-    ExecuteApp(vars->starterPath.c_str(), text.c_str(), 0, false);
+    const std::wstring text = ComposeStartArguments(arguments, globalVars.startAppInvisible != 0,
+                                                    globalVars.appStartArgs, startTime);
+    ExecuteApp(globalVars.starterPath.c_str(), text.c_str(), 0, false);
 }
 
 void CProgressObject::StartInstalledApp() {
     std::wstring flag;
-    if (!ComposeInstallFlag(vars->moduleName, vars->isOffline, flag)) {
+    if (!ComposeInstallFlag(globalVars.moduleName, globalVars.isOffline, flag)) {
         return;
     }
     StartApp(flag.c_str());
-    WaitForAppOpen(vars->appExeName.c_str());
+    WaitForAppOpen(globalVars.appExeName.c_str());
 }
 
 int CProgressObject::CreateAppShortcut() {
-    const std::wstring description = vars->appDirName + L"link";
-    const HRESULT result =
-        CreateShortCut(vars->starterPath.c_str(), vars->uninstallExePath.c_str(),
-                       description.c_str(), vars->installDir.c_str(), vars->appDisplayName.c_str());
+    const std::wstring description = globalVars.appDirName + L"link";
+    const HRESULT result = CreateShortCut(
+        globalVars.starterPath.c_str(), globalVars.uninstallExePath.c_str(), description.c_str(),
+        globalVars.installDir.c_str(), globalVars.appDisplayName.c_str());
     return FAILED(result) ? -1 : 0;
 }

@@ -3,12 +3,11 @@
 #include <cstdint>
 #include <string>
 
-struct GlobalVars;
 struct Version;
 
 /// Reads the installed version. 0, or -1 after an ERROR line when the version file cannot be
 /// opened, with `version` unchanged; a missing file gives -1.-1.-1.
-int GetCurrentAppVersion(const GlobalVars* vars, Version& version);
+int GetCurrentAppVersion(Version& version);
 
 /// Arguments of the starter: `arguments` (may be null), the flag of a hidden start, what the caller
 /// of the program handed on, and the time of the start unless that text brings one. Begins with a

@@ -1,25 +1,25 @@
 #include <windows.h>
 #include <shlwapi.h>
 
+#include "base/GlobalVars.h"
+#include "base/PathBuffers.h"
 #include "diagnostics/SystemInfo.h"
 #include "fs/FilePrimitives.h"
 #include "fs/RetryingOperations.h"
-#include "operations/DownloadCallback.h"
+#include "operations/DownloadArchive.h"
 #include "operations/OfflineArchive.h"
 #include "operations/Progress.h"
 #include "operations/VersionFolder.h"
+#include "resources/TextTableFormat.h"
 #include "services/Download.h"
 #include "services/Shortcut.h"
 #include "services/Unzip.h"
-#include "startup/GlobalVars.h"
-#include "startup/PathBuffers.h"
-#include "ui/ShowDialog.h"
-#include "ui/Texts.h"
+#include "ui/DialogAsking.h"
 
 namespace {
 
 bool FetchManifest(CProgressObject& progress, Manifest& manifest) {
-    if (!downloadFile(progress.vars->manifestUrl.c_str(), tempManifestPath, nullptr)) {
+    if (!downloadFile(globalVars.manifestUrl.c_str(), tempManifestPath, nullptr)) {
         progress.SetError(ErrorDownload);
         return false;
     }
@@ -37,7 +37,7 @@ bool FetchManifest(CProgressObject& progress, Manifest& manifest) {
 // Asks the user before a version that is not newer replaces the installed one.
 bool CheckInstalledVersion(CProgressObject& progress, const Version& newVersion,
                            Version& installedVersion) {
-    if (!PathFileExistsW(progress.vars->versionFilePath.c_str())) {
+    if (!PathFileExistsW(globalVars.versionFilePath.c_str())) {
         return true;
     }
     if (!ReadInstalledVersionFile(progress, installedVersion)) {
@@ -85,11 +85,11 @@ bool ReadUnpackedVersion(CProgressObject& progress, VersionPlacement& placement)
 bool UnpackArchive(CProgressObject& progress, VersionPlacement& placement) {
     progress.SetPercent(70);
     progress.SetStage(StageUnpack);
-    if (UnzipToFolder(tempArchivePath) < 0) {
+    if (UnzipToFolder(tempArchivePath, extractDir) < 0) {
         progress.SetError(ErrorUnpack, {tempArchivePath, extractDir});
         return false;
     }
-    if (progress.vars->isOffline && !ReadUnpackedVersion(progress, placement)) {
+    if (globalVars.isOffline && !ReadUnpackedVersion(progress, placement)) {
         return false;
     }
     return SupplyUninstaller(progress);
@@ -97,8 +97,8 @@ bool UnpackArchive(CProgressObject& progress, VersionPlacement& placement) {
 
 bool PlaceVersion(CProgressObject& progress, VersionPlacement& placement) {
     progress.SetStage(StagePlaceFiles);
-    PreparePlacement(*progress.vars, placement);
-    if (CreateDir(progress.vars->installDir) < 0) {
+    PreparePlacement(placement);
+    if (CreateDir(globalVars.installDir) < 0) {
         progress.SetError(ErrorCreateFolder, {placement.versionFolder.c_str()});
         return false;
     }
@@ -112,16 +112,15 @@ bool PlaceVersion(CProgressObject& progress, VersionPlacement& placement) {
 }  // namespace
 
 void CProgressObject::InstallApp() {
-    operation = OperationInstall;
     position = rangeMin;
     SetStage(StageDownloadManifest);
-    if (BuildPaths(vars, nullptr) < 0) {
+    if (BuildPaths(nullptr) < 0) {
         SetError(ErrorPaths);
         return;
     }
     SetPercent(1);
     VersionPlacement placement;
-    if (!(vars->isOffline ? ExtractOwnArchive(*this) : FetchArchive(*this, placement)) ||
+    if (!(globalVars.isOffline ? ExtractOwnArchive(*this) : FetchArchive(*this, placement)) ||
         !UnpackArchive(*this, placement) || !PlaceVersion(*this, placement)) {
         return;
     }

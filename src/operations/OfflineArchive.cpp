@@ -4,9 +4,11 @@
 
 #include <string>
 
-#include "diagnostics/Log.h"
+#include "base/LastErrorKeeper.h"
+#include "base/Log.h"
+#include "base/PathBuffers.h"
+#include "base/ResourceData.h"
 #include "resources/ResourceIds.h"
-#include "startup/PathBuffers.h"
 
 namespace {
 
@@ -24,28 +26,19 @@ bool WriteArchive(const void* data, DWORD size) {
     }
     DWORD written = 0;
     const bool done = WriteFile(file, data, size, &written, nullptr) || Fail(L"WriteFile");
-    const DWORD error = GetLastError();
+    const LastErrorKeeper keeper;
     CloseHandle(file);
-    SetLastError(error);
     return done;
 }
 
 }  // namespace
 
 bool CheckAndExtractAppArchive() {
-    const HRSRC resource = FindResourceW(nullptr, MAKEINTRESOURCEW(IDR_ARCHIVE), L"DISTR");
-    if (resource == nullptr) {
-        return Fail(L"FindResource");
+    const ResourceData archive = FindResourceData(archiveType, IDR_ARCHIVE);
+    if (archive.data == nullptr) {
+        return Fail(archive.failedCall);
     }
-    const HGLOBAL loaded = LoadResource(nullptr, resource);
-    if (loaded == nullptr) {
-        return Fail(L"LoadResource");
-    }
-    const void* data = LockResource(loaded);
-    if (data == nullptr) {
-        return Fail(L"LockResource");
-    }
-    if (!WriteArchive(data, SizeofResource(nullptr, resource))) {
+    if (!WriteArchive(archive.data, archive.size)) {
         return false;
     }
     installAppLog.Info(L"CheckAndExtractAppArchive: It's offline. Extract done.");

@@ -1,64 +1,55 @@
 #include "operations/Progress.h"
 
-#include "diagnostics/Log.h"
+#include "base/Log.h"
 
 namespace {
 
-const wchar_t* const operationNames[] = {L"Установка", L"Удаление", L"Обновление"};
+// The words of resources/Failures.def; a number without any has none.
 
-const wchar_t* const stageTexts[] = {
-    L"Процесс установки...",
-    L"Загрузка файла манифеста...",
-    L"Проверка наличия установленной версии Lumentra...",
-    L"Загрузка файлов...",
-    L"Распаковка файлов...",
-    L"Установка файлов...",
-    L"Регистрация Lumentra в реестре...",
-    L"Установка Lumentra в таскбар...",
-    L"Запуск Lumentra...",
-    L"Установка завершена!",
-    L"",
-    L"Процесс удаления приложения...",
-    L"Выполнение скрипта...",
-    L"Удаление из таскбар...",
-    L"Удаление файлов...",
-    L"Отмена регистрации в реестре...",
-    L"Удаление завершено!",
-    L"",
-    L"Процесс обновления приложения...",
-    L"Проверка манифеста...",
-    L"Проверка версии инсталера и загрузка новой версии если есть...",
-    L"Проверка архива...",
-    L"Распаковка файлов...",
-    L"Установка приложения...",
-    L"Обновление ключей реестра...",
-    L"Запуск Lumentra...",
-    L"Обновление завершено!",
-    L"",
-};
+const wchar_t* OperationText(int operation) {
+    switch (operation) {
+#define OPERATION(number, constant, text, english) \
+    case number:                                   \
+        return L##text;
+#include "resources/Failures.def"
+        default:
+            return L"";
+    }
+}
 
-const wchar_t* const errorTexts[] = {
-    L"",
-    L"Ошибка загрузки файла",
-    L"Ошибка обработки файла манифеста",
-    L"Ошибка инициализации путей к файлам",
-    L"Нет ссылки на дистрибутив для данной платформы",
-    L"Установленная версия программы имеет такую же или более новую версию",
-    L"Ошибка загрузки файлов приложения",
-    L"Ошибка распаковки файлов",
-    L"Ошибка копирования файлов в каталог программы",
-    L"Ошибка переноса каталога программы",
-    L"Ошибка операций работы с реестром Windows",
-    L"Ошибка удаления файлов Lumentra",
-    L"Не указаны файлы обновления или они не существуют",
-    L"Файл манифеста приложения отсутствует",
-    L"Ошибка выгрузки дистрибутива из ресурсов",
-    L"Ошибка чтения файла текущей версии приложения",
-    L"Ошибка создания папки приложения",
-    L"Ошибка сохранения текущей версии приложения",
-    L"",
-    L"",
-};
+const wchar_t* StageText(int stage) {
+    switch (stage) {
+#define STAGE(number, constant, text, english) \
+    case number:                               \
+        return L##text;
+#include "resources/Failures.def"
+        default:
+            return L"";
+    }
+}
+
+const wchar_t* FailureText(int code) {
+    switch (code) {
+#define FAILURE(number, constant, text, english) \
+    case number:                                 \
+        return L##text;
+#include "resources/Failures.def"
+        default:
+            return L"";
+    }
+}
+
+// A thread that is ended inside a heap takes the heap's lock with it, and the next thread that
+// needs the heap waits for ever. Nobody unlocks them: that would wake the ended thread if it was
+// waiting for one.
+void LockHeaps() {
+    constexpr DWORD most = 128;
+    HANDLE heaps[most];
+    const DWORD count = GetProcessHeaps(most, heaps);
+    for (DWORD index = 0; index < count && index < most; ++index) {
+        HeapLock(heaps[index]);
+    }
+}
 
 }  // namespace
 
@@ -73,8 +64,8 @@ void CProgressObject::SetStage(int newStage) {
     // Still inside, so that the window never asks about a stage that the operation has left.
     stage = newStage;
     ReleaseMutex(stageMutex);
-    progressLog.Info(std::wstring(L"DO: ") + operationNames[operation] + L" : " +
-                     stageTexts[newStage]);
+    progressLog.Info(std::wstring(L"DO: ") + OperationText(operation) + L" : " +
+                     StageText(newStage));
 }
 
 void CProgressObject::SetError(int code, std::initializer_list<const wchar_t*> details) {
@@ -93,32 +84,16 @@ bool CProgressObject::IsWorkerFinished() const {
 
 void CProgressObject::TerminateWorker() {
     if (!IsWorkerFinished()) {
+        LockHeaps();
         TerminateThread(workerThread, 0);
         workerThread = nullptr;
     }
 }
 
-DWORD WINAPI WorkerThreadProc(void* parameter) {
-    if (auto* progress = static_cast<CProgressObject*>(parameter)) {
-        switch (progress->operation) {
-            case OperationInstall:
-                progress->InstallApp();
-                break;
-            case OperationUninstall:
-                progress->UninstallApp();
-                break;
-            case OperationUpdate:
-                progress->UpdateApp();
-                break;
-        }
-    }
-    ExitThread(0);
-}
-
 std::wstring ComposeFailureText(int operation, int stage, int code,
                                 std::initializer_list<const wchar_t*> details) {
-    std::wstring text = std::wstring(operationNames[operation]) + L" : " + stageTexts[stage] +
-                        L" : " + errorTexts[code];
+    std::wstring text = std::wstring(OperationText(operation)) + L" : " + StageText(stage) +
+                        L" : " + FailureText(code);
     for (const wchar_t* detail : details) {
         if (detail == nullptr) {
             break;

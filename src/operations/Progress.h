@@ -8,56 +8,20 @@
 
 #include "diagnostics/ErrorReport.h"
 
-struct GlobalVars;
-
 enum Operation {
-    OperationInstall = 0,
-    OperationUninstall = 1,
-    OperationUpdate = 2,
+#define OPERATION(number, constant, text, english) constant = number,
+#include "resources/Failures.def"
 };
 
 enum Stage {
-    StageNone = 0,
-    StageDownloadManifest = 1,
-    StageCheckInstalled = 2,
-    StageDownloadFiles = 3,
-    StageUnpack = 4,
-    StagePlaceFiles = 5,
-    StageRegister = 6,
-    StagePin = 7,
-    StageStartApp = 8,
-    StageInstalled = 9,
-    StageRunAppUninstall = 12,
-    StageUnpin = 13,
-    StageRemoveFiles = 14,
-    StageUnregister = 15,
-    StageUninstalled = 16,
-    StageUpdateBegins = 18,
-    StageUpdateManifest = 19,
-    StageUpdateCheckArchive = 21,
-    StageUpdateUnpack = 22,
-    StageUpdatePlaceFiles = 23,
-    StageUpdateRegister = 24,
-    StageUpdateStartApp = 25,
-    StageUpdated = 26,
+#define STAGE(number, constant, text, english) constant = number,
+#include "resources/Failures.def"
 };
 
 enum ErrorCode {
     ErrorNone = 0,
-    ErrorDownload = 1,
-    ErrorManifest = 2,
-    ErrorPaths = 3,
-    ErrorNoArchiveAddress = 4,
-    ErrorUpToDate = 5,
-    ErrorUnpack = 7,
-    ErrorCopyFile = 8,
-    ErrorMoveFolder = 9,
-    ErrorRegistry = 10,
-    ErrorUpdateFilesMissing = 12,
-    ErrorArchiveResource = 14,
-    ErrorReadVersion = 15,
-    ErrorCreateFolder = 16,
-    ErrorWriteVersion = 17,
+#define FAILURE(number, constant, text, english) constant = number,
+#include "resources/Failures.def"
 };
 
 /// State of the one operation of a run. The operation writes it on its thread, the worker thread
@@ -68,7 +32,7 @@ class CProgressObject : public IBindStatusCallback {
   public:
     CProgressObject();
 
-    // IBindStatusCallback (DownloadCallback.cpp). Only OnProgress does anything.
+    // IBindStatusCallback (DownloadArchive.cpp). Only OnProgress does anything.
     STDMETHODIMP QueryInterface(REFIID id, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
@@ -98,7 +62,9 @@ class CProgressObject : public IBindStatusCallback {
     /// True when no worker thread was started, it was ended, or it has ended by itself.
     bool IsWorkerFinished() const;
 
-    /// Stops a worker thread that still runs, wherever it is.
+    /// Stops a worker thread that still runs, wherever it is. The heaps are the calling thread's
+    /// alone from then on, and other locks may be lost: it has to end the process soon, in a way
+    /// that runs no code of the libraries.
     void TerminateWorker();
 
     /// The operations: plain sequences of steps that end at the first failure and have no result
@@ -133,11 +99,11 @@ class CProgressObject : public IBindStatusCallback {
     /// Writes the start-menu shortcut: 0 or -1 (AppControl.cpp).
     int CreateAppShortcut();
 
+    /// Set by whoever starts the operation, before it runs.
     int operation = OperationInstall;
     HANDLE workerThread = nullptr;
     /// A gate, not a lock: the window holds it while it asks whether to cancel.
     HANDLE stageMutex;
-    const GlobalVars* vars = nullptr;
     int stage = StageNone;
     int errorCode = ErrorNone;
     int position = 0;
@@ -149,9 +115,6 @@ class CProgressObject : public IBindStatusCallback {
 
 /// The only instance, never destroyed.
 extern CProgressObject& progressObject;
-
-/// Entry of the worker thread; `parameter` is the CProgressObject.
-DWORD WINAPI WorkerThreadProc(void* parameter);
 
 /// The failure text: operation, stage, error and details, joined by " : ".
 std::wstring ComposeFailureText(int operation, int stage, int code,

@@ -3,24 +3,24 @@
 
 #include <string>
 
+#include "base/GlobalVars.h"
+#include "base/PathBuffers.h"
 #include "diagnostics/SystemInfo.h"
 #include "fs/FilePrimitives.h"
 #include "fs/RetryingOperations.h"
 #include "operations/AppControl.h"
 #include "operations/Progress.h"
-#include "operations/UninstallEntry.h"
+#include "processes/Launch.h"
 #include "services/ExplorerWindows.h"
-#include "services/Launch.h"
 #include "services/Shortcut.h"
+#include "services/UninstallEntry.h"
 #include "services/Version.h"
-#include "startup/GlobalVars.h"
-#include "startup/PathBuffers.h"
 
 namespace {
 
-void NoteRegisteredVersion(const GlobalVars& vars) {
+void NoteRegisteredVersion() {
     wchar_t text[installedVersionLength];
-    if (ReadInstalledVersion(vars.appGuid.c_str(), text) >= 0) {
+    if (ReadInstalledVersion(globalVars.appGuid.c_str(), text) >= 0) {
         Version registeredVersion;
         registeredVersion.Parse(std::wstring(text));
         SetReportNewVersion(registeredVersion.wideText);
@@ -32,33 +32,33 @@ void LetAppCleanUp(CProgressObject& progress) {
         SHRemoveObject(uninstallEndPath, false);
     }
     progress.StartApp(L"--uninstall-app");
-    WaitForFileAppear();
+    WaitForFileAppear(uninstallEndPath);
 }
 
 // The pin tool lies in the version's folder, so this comes before the removal.
-void Unpin(const GlobalVars& vars) {
+void Unpin() {
     Version installedVersion;
-    if (PathFileExistsW(vars.versionFilePath.c_str()) &&
-        GetCurrentAppVersion(&vars, installedVersion) == 0) {
-        UnpinFromTaskbar((vars.installDir + L"\\" + installedVersion.wideText).c_str());
+    if (PathFileExistsW(globalVars.versionFilePath.c_str()) &&
+        GetCurrentAppVersion(installedVersion) == 0) {
+        UnpinFromTaskbar((globalVars.installDir + L"\\" + installedVersion.wideText).c_str());
     }
 }
 
 void RemoveFiles(CProgressObject& progress) {
-    CloseWindowsExplorerWindowsForPath(progress.vars->installDir.c_str());
+    CloseWindowsExplorerWindowsForPath(globalVars.installDir.c_str());
     progress.CloseRunningApp(L"");
     progress.SetPercent(30);
-    RemoveDir(progress.vars->installDir.c_str());
+    RemoveDir(globalVars.installDir.c_str());
     progress.SetPercent(60);
     RemoveDir(appDataDir);
     progress.SetPercent(80);
     SHRemoveObject(extractDir, false);
 }
 
-void Unregister(const GlobalVars& vars) {
-    wchar_t key[260];
+void Unregister() {
+    wchar_t key[MAX_PATH];
     // Without the product's own name the path would be that of all products' entries.
-    if (!vars.appGuid.empty() && FormatUninstallKey(vars.appGuid.c_str(), key) >= 0) {
+    if (!globalVars.appGuid.empty() && FormatUninstallKey(globalVars.appGuid.c_str(), key) >= 0) {
         RegDeleteTreeW(HKEY_CURRENT_USER, key);
     }
     DeleteFileW(programsShortcutPath);
@@ -67,25 +67,24 @@ void Unregister(const GlobalVars& vars) {
 }  // namespace
 
 void CProgressObject::UninstallApp() {
-    operation = OperationUninstall;
     position = rangeMin;
     SetStage(StageRunAppUninstall);
-    if (BuildPaths(vars, nullptr) < 0) {
+    if (BuildPaths(nullptr) < 0) {
         SetError(ErrorPaths);
         return;
     }
     SetPercent(5);
-    NoteRegisteredVersion(*vars);
+    NoteRegisteredVersion();
     LetAppCleanUp(*this);
     SetPercent(20);
     SetStage(StageUnpin);
-    Unpin(*vars);
+    Unpin();
     SetPercent(25);
     SetStage(StageRemoveFiles);
     RemoveFiles(*this);
     SetPercent(90);
     SetStage(StageUnregister);
-    Unregister(*vars);
+    Unregister();
     SetPercent(100);
     SetStage(StageUninstalled);
 }

@@ -1,22 +1,22 @@
 #include <windows.h>
 #include <shlwapi.h>
 
+#include "base/GlobalVars.h"
+#include "base/PathBuffers.h"
 #include "diagnostics/SystemInfo.h"
 #include "operations/Progress.h"
 #include "operations/VersionFolder.h"
 #include "services/Unzip.h"
-#include "startup/GlobalVars.h"
-#include "startup/PathBuffers.h"
 
 namespace {
 
 bool FindUpdateFiles(CProgressObject& progress) {
-    const wchar_t* path = progress.vars->updateFilesPath;
+    const wchar_t* path = globalVars.updateFilesPath;
     if (path == nullptr || !PathFileExistsW(path)) {
         progress.SetError(ErrorUpdateFilesMissing, {path});
         return false;
     }
-    if (BuildPaths(progress.vars, path) < 0) {
+    if (BuildPaths(path) < 0) {
         progress.SetError(ErrorPaths);
         return false;
     }
@@ -26,16 +26,15 @@ bool FindUpdateFiles(CProgressObject& progress) {
 bool NoteInstalledVersion(CProgressObject& progress, Version& installedVersion) {
     progress.SetPercent(1);
     progress.SetStage(StageUpdateCheckArchive);
-    return !PathFileExistsW(progress.vars->versionFilePath.c_str()) ||
+    return !PathFileExistsW(globalVars.versionFilePath.c_str()) ||
            ReadInstalledVersionFile(progress, installedVersion);
 }
 
 bool UnpackUpdate(CProgressObject& progress) {
     progress.SetPercent(6);
     progress.SetStage(StageUpdateUnpack);
-    const wchar_t* path = progress.vars->updateFilesPath;
-    const bool isFolder = (GetFileAttributesW(path) & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    if (!isFolder && UnzipToFolder(path) < 0) {
+    const wchar_t* path = globalVars.updateFilesPath;
+    if (!NamesFolder(path) && UnzipToFolder(path, extractDir) < 0) {
         progress.SetError(ErrorUnpack, {path, extractDir});
         return false;
     }
@@ -56,7 +55,7 @@ bool ReadNewVersion(CProgressObject& progress, Manifest& manifest) {
 bool PlaceUpdate(CProgressObject& progress, VersionPlacement& placement) {
     progress.SetPercent(80);
     progress.SetStage(StageUpdatePlaceFiles);
-    PreparePlacement(*progress.vars, placement);
+    PreparePlacement(placement);
     if (progress.SwapAppFolder(placement.versionFolder, placement.backupFolder) < 0) {
         return false;
     }
@@ -67,7 +66,6 @@ bool PlaceUpdate(CProgressObject& progress, VersionPlacement& placement) {
 }  // namespace
 
 void CProgressObject::UpdateApp() {
-    operation = OperationUpdate;
     position = rangeMin;
     SetStage(StageUpdateBegins);
     VersionPlacement placement;
@@ -85,7 +83,7 @@ void CProgressObject::UpdateApp() {
     CreateAppShortcut();
     SetPercent(96);
     SetStage(StageUpdateStartApp);
-    CloseRunningApp(vars->moduleName);
+    CloseRunningApp(globalVars.moduleName);
     StartApp(L"--update-app");
     SetPercent(100);
     SetStage(StageUpdated);

@@ -3,17 +3,17 @@
 #include <windows.h>
 #include <shlwapi.h>
 
+#include "base/GlobalVars.h"
+#include "base/OwnPath.h"
+#include "base/PathBuffers.h"
 #include "diagnostics/SystemInfo.h"
 #include "fs/FilePrimitives.h"
 #include "fs/RetryingOperations.h"
 #include "fs/SyncDirs.h"
 #include "operations/AppControl.h"
 #include "operations/Progress.h"
-#include "operations/UninstallEntry.h"
 #include "services/ExplorerWindows.h"
-#include "startup/GlobalVars.h"
-#include "startup/OwnPath.h"
-#include "startup/PathBuffers.h"
+#include "services/UninstallEntry.h"
 
 namespace {
 
@@ -21,9 +21,9 @@ bool Exists(const std::wstring& path) {
     return PathFileExistsW(path.c_str()) != FALSE;
 }
 
-void RollBack(const CProgressObject& progress, const VersionPlacement& placement) {
-    RollbackInstall(progress.vars, placement.hadFolder, placement.versionFolder,
-                    placement.backupFolder, placement.installedVersion.text);
+void RollBack(const VersionPlacement& placement) {
+    RollbackInstall(placement.hadFolder, placement.versionFolder, placement.backupFolder,
+                    placement.installedVersion.text);
 }
 
 bool CopyToFixedPlace(CProgressObject& progress, const VersionPlacement& placement,
@@ -32,7 +32,7 @@ bool CopyToFixedPlace(CProgressObject& progress, const VersionPlacement& placeme
         return true;
     }
     progress.SetError(ErrorCopyFile, {from.c_str(), to.c_str()});
-    RollBack(progress, placement);
+    RollBack(placement);
     return false;
 }
 
@@ -61,17 +61,17 @@ int SwapFileByFile(CProgressObject& progress, const std::wstring& versionFolder,
 
 }  // namespace
 
-void PreparePlacement(const GlobalVars& vars, VersionPlacement& placement) {
-    placement.versionFolder = vars.installDir + L"\\" + placement.manifest.version.wideText;
+void PreparePlacement(VersionPlacement& placement) {
+    placement.versionFolder = globalVars.installDir + L"\\" + placement.manifest.version.wideText;
     placement.backupFolder = placement.versionFolder + L".BKP";
-    placement.folderStarter = placement.versionFolder + L"\\" + vars.starterExeName;
+    placement.folderStarter = placement.versionFolder + L"\\" + globalVars.starterExeName;
     placement.folderUninstaller = placement.versionFolder + L"\\uninstall.exe";
     placement.hadFolder = Exists(placement.versionFolder);
 }
 
 bool ReadInstalledVersionFile(CProgressObject& progress, Version& version) {
-    if (GetCurrentAppVersion(progress.vars, version) < 0) {
-        progress.SetError(ErrorReadVersion, {progress.vars->versionFilePath.c_str()});
+    if (GetCurrentAppVersion(version) < 0) {
+        progress.SetError(ErrorReadVersion, {globalVars.versionFilePath.c_str()});
         return false;
     }
     SetReportOldVersion(version.wideText);
@@ -91,28 +91,26 @@ bool SupplyUninstaller(CProgressObject& progress) {
 }
 
 bool PlaceProgramFiles(CProgressObject& progress, const VersionPlacement& placement) {
-    const GlobalVars& vars = *progress.vars;
-    if (!CopyToFixedPlace(progress, placement, placement.folderStarter, vars.starterPath) ||
+    if (!CopyToFixedPlace(progress, placement, placement.folderStarter, globalVars.starterPath) ||
         !CopyToFixedPlace(progress, placement, placement.folderUninstaller,
-                          vars.uninstallExePath)) {
+                          globalVars.uninstallExePath)) {
         return false;
     }
     const std::string& text = placement.manifest.version.text;
     if (WriteBufferToFile(text.data(), static_cast<std::uint32_t>(text.size()),
-                          vars.versionFilePath) < 0) {
-        progress.SetError(ErrorWriteVersion, {vars.versionFilePath.c_str()});
-        RollBack(progress, placement);
+                          globalVars.versionFilePath) < 0) {
+        progress.SetError(ErrorWriteVersion, {globalVars.versionFilePath.c_str()});
+        RollBack(placement);
         return false;
     }
     return true;
 }
 
 bool RegisterVersion(CProgressObject& progress, const VersionPlacement& placement) {
-    const GlobalVars& vars = *progress.vars;
-    if (WriteUninstallEntry(vars.appGuid.c_str(), placement.manifest.version.wideText.c_str(),
-                            vars.uninstallExePath.c_str(), vars.appName.c_str()) != 0) {
+    if (WriteUninstallEntry(globalVars.appGuid.c_str(), placement.manifest.version.wideText.c_str(),
+                            globalVars.uninstallExePath.c_str(), globalVars.appName.c_str()) != 0) {
         progress.SetError(ErrorRegistry);
-        RollBack(progress, placement);
+        RollBack(placement);
         return false;
     }
     return true;
@@ -138,15 +136,15 @@ int CProgressObject::SwapAppFolder(const std::wstring& versionFolder,
     return -1;
 }
 
-void RollbackInstall(const GlobalVars* vars, bool hadFolder, const std::wstring& versionFolder,
+void RollbackInstall(bool hadFolder, const std::wstring& versionFolder,
                      const std::wstring& backupFolder, std::string oldVersionText) {
-    if (Exists(vars->versionFilePath)) {
+    if (Exists(globalVars.versionFilePath)) {
         if (oldVersionText.empty()) {
-            SHRemoveObject(vars->versionFilePath, false);
+            SHRemoveObject(globalVars.versionFilePath, false);
         } else {
             WriteBufferToFile(oldVersionText.data(),
                               static_cast<std::uint32_t>(oldVersionText.size()),
-                              vars->versionFilePath);
+                              globalVars.versionFilePath);
         }
     }
     if (hadFolder && SHRenameObject(backupFolder, versionFolder) < 0) {

@@ -6,7 +6,6 @@
 #include "services/Version.h"
 
 class CProgressObject;
-struct GlobalVars;
 
 /// The steps that install and update share: putting a version's folder and the two programs with a
 /// fixed path in place. Those with a truth value give false after SetError.
@@ -25,7 +24,7 @@ struct VersionPlacement {
 };
 
 /// Makes the paths from the manifest's version and looks for the folder.
-void PreparePlacement(const GlobalVars& vars, VersionPlacement& placement);
+void PreparePlacement(VersionPlacement& placement);
 
 /// Reads the version file and notes its version for the report.
 bool ReadInstalledVersionFile(CProgressObject& progress, Version& version);
@@ -42,5 +41,5 @@ bool RegisterVersion(CProgressObject& progress, const VersionPlacement& placemen
 
 /// Restores a version file that exists (removes it when `oldVersionText` is empty) and, when there
 /// was one, the version's former folder. What else was written stays.
-void RollbackInstall(const GlobalVars* vars, bool hadFolder, const std::wstring& versionFolder,
+void RollbackInstall(bool hadFolder, const std::wstring& versionFolder,
                      const std::wstring& backupFolder, std::string oldVersionText);

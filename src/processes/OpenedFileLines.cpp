@@ -1,11 +1,10 @@
 #include "processes/OpenedFileLines.h"
 
 #include <shlwapi.h>
-#include <tlhelp32.h>
 
 #include <cwctype>
 
-#include "diagnostics/DecimalText.h"
+#include "base/DecimalText.h"
 #include "processes/ProcessControl.h"
 
 std::unordered_map<DWORD, ProcessInfo>& processCache = *new std::unordered_map<DWORD, ProcessInfo>;
@@ -26,15 +25,9 @@ ProcessInfo DescribeUnknownProcess(DWORD processId) {
 
 void BuildProcessCache() {
     processCache.clear();
-    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Process32FirstW(snapshot, &entry); more;
-         more = Process32NextW(snapshot, &entry)) {
-        processCache[entry.th32ProcessID] = {entry.szExeFile,
-                                             GetProcessFullName(entry.th32ProcessID)};
+    for (const ProcessRecord& process : ListProcesses()) {
+        processCache[process.pid] = {process.exeName, GetProcessFullName(process.pid)};
     }
-    CloseHandle(snapshot);
 }
 
 std::wstring FormatOpenedFileLine(DWORD processId, bool isModule, const std::wstring& path) {

@@ -3,9 +3,13 @@
 #include <shlwapi.h>
 #include <tlhelp32.h>
 
+#include <algorithm>
+#include <array>
+
+#include "base/Bitness.h"
+#include "base/PathBuffers.h"
 #include "processes/OpenedFileLines.h"
 #include "processes/OpenedHandles.h"
-#include "services/Bitness.h"
 
 namespace {
 
@@ -21,18 +25,17 @@ bool EnablePrivilege(HANDLE token, const wchar_t* name) {
     return GetLastError() == ERROR_SUCCESS;
 }
 
-std::wstring ShortForm(const std::wstring& folder) {
-    wchar_t path[260];
-    const DWORD length = GetShortPathNameW(folder.c_str(), path, 260);
-    return length > 0 && length < 260 ? ToLowerCase(path) : std::wstring();
+// The ways to write the folder's path, in lower case.
+using FolderForms = std::array<std::wstring, 3>;
+
+bool ContainsAny(const std::wstring& text, const FolderForms& forms) {
+    return std::any_of(forms.begin(), forms.end(), [&text](const std::wstring& form) {
+        return text.find(form) != std::wstring::npos;
+    });
 }
 
-bool Contains(const std::wstring& text, const std::wstring& part) {
-    return text.find(part) != std::wstring::npos;
-}
-
-void EnumerateModulesOf(DWORD pid, const std::wstring& executable, const std::wstring& folder,
-                        const std::wstring& shortFolder, std::wstring& listing) {
+void EnumerateModulesOf(DWORD pid, const std::wstring& executable, const FolderForms& folder,
+                        std::wstring& listing) {
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, pid);
     if (snapshot == INVALID_HANDLE_VALUE) {
         return;
@@ -44,7 +47,7 @@ void EnumerateModulesOf(DWORD pid, const std::wstring& executable, const std::ws
          more = Module32NextW(snapshot, &entry)) {
         const bool isUnreachable = isFirst && !PathFileExistsW(entry.szExePath);
         const std::wstring path = ToLowerCase(isUnreachable ? executable : entry.szExePath);
-        if (Contains(path, folder) || (!shortFolder.empty() && Contains(path, shortFolder))) {
+        if (ContainsAny(path, folder)) {
             listing += FormatOpenedFileLine(pid, true, path);
         }
         isFirst = false;
@@ -83,13 +86,11 @@ bool EnableDebugPrivilege() {
 }
 
 void EnumerateLoadedModules(const std::wstring& folder, std::wstring& listing) {
-    std::wstring shortFolder = ShortForm(folder);
-    if (shortFolder == folder) {
-        shortFolder.clear();
-    }
+    const FolderForms forms = {folder, ToLowerCase(PathForm(GetShortPathNameW, folder)),
+                               ToLowerCase(PathForm(GetLongPathNameW, folder))};
     for (const auto& [pid, process] : processCache) {
         if (pid != 0) {
-            EnumerateModulesOf(pid, process.fullPath, folder, shortFolder, listing);
+            EnumerateModulesOf(pid, process.fullPath, forms, listing);
         }
     }
 }

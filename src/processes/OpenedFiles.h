@@ -12,5 +12,6 @@ std::wstring GetOpenedFilesListing(const std::wstring& folder);
 /// Lets this process open others', once in its life. The walk goes on without.
 bool EnableDebugPrivilege();
 
-/// Appends a line for each loaded module whose path contains `folder`, which is in lower case.
+/// Appends a line for each loaded module whose path contains `folder`, which is in lower case, or
+/// its short or long form.
 void EnumerateLoadedModules(const std::wstring& folder, std::wstring& listing);

@@ -2,7 +2,8 @@
 
 #include <vector>
 
-#include "diagnostics/Log.h"
+#include "base/Log.h"
+#include "base/PathBuffers.h"
 #include "processes/OpenedFileLines.h"
 
 volatile DWORD nextHandleIndex = 0;
@@ -12,13 +13,19 @@ namespace {
 using NtQuerySystemInformationCall = LONG(WINAPI*)(ULONG, void*, ULONG, ULONG*);
 
 constexpr ULONG handleInformationClass = 16;
-constexpr DWORD nameLimit = 260;
+constexpr DWORD nameLimit = MAX_PATH;
 constexpr DWORD nameBufferLength = 264;
+// The longest path that the system handles, with its end.
+constexpr DWORD longNameLimit = 32768;
 constexpr DWORD replyTimeout = 100;
 constexpr DWORD endTimeout = 1000;
+constexpr int idleThreadLimit = 10;
 // "\\?\"
 constexpr std::size_t namePrefixLength = 4;
-constexpr wchar_t tooLongName[] = L"<name too long>";
+
+// For names that do not fit the walk's own buffer. One walk and one thread at a time use it. Made
+// by the first walk, since it would lie in the executable, and kept.
+std::wstring& longName = *new std::wstring;
 
 void LogQueryFailure(const wchar_t* remark, LONG status) {
     findProcessesLog.Error(
@@ -71,36 +78,49 @@ HANDLE Duplicate(const SystemHandleEntry& entry) {
     return working;
 }
 
+// False when the file has no name.
+bool ReadName(HANDLE file, HandleQuery& query) {
+    query.name = query.nameBuffer;
+    DWORD length = GetFinalPathNameByHandleW(file, query.nameBuffer, nameLimit, 0);
+    if (length >= nameLimit) {
+        // The call has written nothing, and the buffer still holds an earlier entry's name.
+        query.name = longName.data();
+        length = GetFinalPathNameByHandleW(file, longName.data(), longNameLimit, 0);
+    }
+    return length != 0 && length < longNameLimit;
+}
+
 void QueryName(const SystemHandleEntry& entry, HandleQuery& query) {
     const HANDLE working = Duplicate(entry);
-    DWORD length = 0;
-    if (GetFileType(working) == FILE_TYPE_DISK) {
-        length = GetFinalPathNameByHandleW(working, query.nameBuffer, nameLimit, 0);
-    }
+    query.found = GetFileType(working) == FILE_TYPE_DISK && ReadName(working, query);
     if (working != nullptr && working != reinterpret_cast<HANDLE>(ULONG_PTR{entry.handle})) {
         CloseHandle(working);
     }
-    // The call then writes nothing, and the buffer still holds an earlier entry's name.
-    query.nameTooLong = length >= nameLimit;
-    query.found = length != 0;
 }
 
-void AppendAnswer(const HandleQuery& query, const std::wstring& folder, std::wstring& listing) {
+// What is looked for, and where it is told.
+struct Listing {
+    const std::wstring& folder;
+    const std::wstring& longFolder;
+    std::wstring& lines;
+};
+
+bool BeginsWith(const std::wstring& text, const std::wstring& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
+
+void AppendAnswer(const HandleQuery& query, const Listing& listing) {
     if (!query.found) {
         return;
     }
     const DWORD owner = query.table->entries[nextHandleIndex - 1].processId;
-    if (query.nameTooLong) {
-        listing += FormatOpenedFileLine(owner, false, tooLongName);
-        return;
-    }
-    const std::wstring prefixed = query.nameBuffer;
+    const std::wstring prefixed = query.name;
     if (prefixed.size() < namePrefixLength) {
         return;
     }
     const std::wstring name = ToLowerCase(prefixed.substr(namePrefixLength));
-    if (name.compare(0, folder.size(), folder) == 0) {
-        listing += FormatOpenedFileLine(owner, false, name);
+    if (BeginsWith(name, listing.folder) || BeginsWith(name, listing.longFolder)) {
+        listing.lines += FormatOpenedFileLine(owner, false, name);
     }
 }
 
@@ -113,8 +133,7 @@ void KillThread(HANDLE thread) {
 }
 
 // Asks for one entry. Kills the thread, which becomes null, when there is no answer.
-void AskNextEntry(const HandleQuery& query, HANDLE& thread, const std::wstring& folder,
-                  std::wstring& listing) {
+void AskNextEntry(const HandleQuery& query, HANDLE& thread, const Listing& listing) {
     ResetEvent(query.replyEvent);
     SetEvent(query.requestEvent);
     if (WaitForSingleObject(query.replyEvent, replyTimeout) == WAIT_TIMEOUT) {
@@ -126,7 +145,7 @@ void AskNextEntry(const HandleQuery& query, HANDLE& thread, const std::wstring& 
         ResetEvent(query.requestEvent);
         return;
     }
-    AppendAnswer(query, folder, listing);
+    AppendAnswer(query, listing);
 }
 
 void EndThread(HANDLE thread) {
@@ -141,10 +160,13 @@ void EndThread(HANDLE thread) {
     }
 }
 
-void WalkTable(HandleQuery& query, const std::wstring& folder, std::wstring& listing) {
+void WalkTable(HandleQuery& query, const Listing& listing) {
     HANDLE thread = nullptr;
+    const bool hasEvents = query.requestEvent != nullptr && query.replyEvent != nullptr;
+    // Threads in a row that took no entry.
+    int idleThreads = 0;
     while (nextHandleIndex < query.table->handleCount) {
-        if (thread == nullptr) {
+        if (thread == nullptr && hasEvents && idleThreads < idleThreadLimit) {
             thread = CreateThread(nullptr, 0, HandleQueryThreadProc, &query, 0, nullptr);
         }
         if (thread == nullptr) {
@@ -152,7 +174,9 @@ void WalkTable(HandleQuery& query, const std::wstring& folder, std::wstring& lis
             findProcessesLog.Error(L"EnumerateOpenedFiles: error of CreateThread: " + error);
             return;
         }
-        AskNextEntry(query, thread, folder, listing);
+        const DWORD index = nextHandleIndex;
+        AskNextEntry(query, thread, listing);
+        idleThreads = nextHandleIndex == index ? idleThreads + 1 : 0;
     }
     EndThread(thread);
 }
@@ -165,13 +189,14 @@ void EnumerateOpenedFiles(const std::wstring& folder, std::wstring& listing) {
         return;
     }
     nextHandleIndex = 0;
+    longName.resize(longNameLimit);
     wchar_t nameBuffer[nameBufferLength] = L"";
     HandleQuery query{};
     query.table = reinterpret_cast<const SystemHandleTable*>(buffer.data());
     query.nameBuffer = nameBuffer;
     query.requestEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     query.replyEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    WalkTable(query, folder, listing);
+    WalkTable(query, {folder, ToLowerCase(PathForm(GetLongPathNameW, folder)), listing});
     CloseHandle(query.requestEvent);
     CloseHandle(query.replyEvent);
 }

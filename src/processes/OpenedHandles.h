@@ -6,7 +6,8 @@
 
 /// The open file handles of all processes, from the system-wide handle table. The question for the
 /// name of another process's handle can hang, so it is asked on the enumeration thread, which is
-/// killed and replaced when it does not answer within 100 ms; the entry is then lost.
+/// killed and replaced when it does not answer within 100 ms; the entry is then lost. The walk ends
+/// early when there is no thread, or ten in a row take no entry.
 
 #pragma pack(push, 1)
 /// Answer of NtQuerySystemInformation to its class 16 (SystemHandleInformation), as a 32-bit
@@ -35,16 +36,16 @@ struct HandleQuery {
     HANDLE replyEvent;
     /// The thread got a name for the entry.
     bool found;
-    /// The entry has a name that does not fit; nameBuffer does not hold it.
-    bool nameTooLong;
+    /// That name: nameBuffer, or the place of those that do not fit there.
+    const wchar_t* name;
 };
 
 /// Index of the entry to take next, advanced by the thread before it touches an entry, so that one
 /// on which it hangs is not tried again. The walk reads it between a reply and the next request.
 extern volatile DWORD nextHandleIndex;
 
-/// Appends a line for each open file whose path begins with `folder`, which is in lower case; also
-/// for those whose name is too long to tell.
+/// Appends a line for each open file whose path begins with `folder`, which is in lower case, or
+/// with its long form.
 void EnumerateOpenedFiles(const std::wstring& folder, std::wstring& listing);
 
 /// Procedure of the enumeration thread; `query` is a HandleQuery.

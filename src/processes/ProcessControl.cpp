@@ -4,8 +4,8 @@
 #include <string.h>
 #include <tlhelp32.h>
 
-#include "diagnostics/DecimalText.h"
-#include "diagnostics/Log.h"
+#include "base/DecimalText.h"
+#include "base/Log.h"
 
 namespace {
 
@@ -21,18 +21,6 @@ std::wstring WithoutExtension(const std::wstring& name) {
 
 bool IsPrefix(const std::wstring& prefix, const std::wstring& text) {
     return _wcsnicmp(text.c_str(), prefix.c_str(), prefix.size()) == 0;
-}
-
-template <typename Visitor>
-void WalkSnapshot(Visitor visit) {
-    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Process32FirstW(snapshot, &entry); more;
-         more = Process32NextW(snapshot, &entry)) {
-        visit(entry);
-    }
-    CloseHandle(snapshot);
 }
 
 std::wstring Describe(const ProcessRecord& process) {
@@ -84,9 +72,9 @@ void ProcessTree::Add(const ProcessRecord& record) {
 }
 
 void ProcessTree::TakeSnapshot() {
-    WalkSnapshot([this](const PROCESSENTRY32W& entry) {
-        Add({entry.th32ProcessID, entry.th32ParentProcessID, entry.szExeFile});
-    });
+    for (const ProcessRecord& process : ListProcesses()) {
+        Add(process);
+    }
 }
 
 void ProcessTree::Clear() {
@@ -94,11 +82,22 @@ void ProcessTree::Clear() {
     byPid.clear();
 }
 
+bool ProcessTree::IsOwn(const ProcessRecord& record) const {
+    if (record.pid == ownPid) {
+        return true;
+    }
+    if (record.parentPid != ownPid) {
+        return false;
+    }
+    const std::wstring image = GetProcessFullName(record.pid);
+    return !image.empty() && EqualNames(image, GetProcessFullName(ownPid));
+}
+
 void ProcessTree::FindProcessesByName(const std::wstring& name, ProcessList& list,
                                       const std::wstring& excludeName) const {
     VisitedProcesses visited;
     for (const auto& [pid, record] : byPid) {
-        if (!EqualNames(record->exeName, name) || pid == ownPid) {
+        if (!EqualNames(record->exeName, name) || IsOwn(*record)) {
             continue;
         }
         const auto parent = byPid.find(record->parentPid);
@@ -137,10 +136,29 @@ void ProcessTree::findChilds(const ProcessRecord& record, ProcessList& list,
 void ProcessTree::FindProcessesByPath(const std::wstring& path, ProcessList& list) const {
     for (const auto& [pid, record] : byPid) {
         const std::wstring image = GetProcessFullName(pid);
-        if (!image.empty() && IsPrefix(path, image) && pid != ownPid) {
+        if (!image.empty() && IsPrefix(path, image) && !IsOwn(*record)) {
             list.push_back(record.get());
         }
     }
+}
+
+std::vector<ProcessRecord> ListProcesses() {
+    std::vector<ProcessRecord> processes;
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(snapshot, &entry); more;
+         more = Process32NextW(snapshot, &entry)) {
+        processes.push_back({entry.th32ProcessID, entry.th32ParentProcessID, entry.szExeFile});
+    }
+    CloseHandle(snapshot);
+    return processes;
+}
+
+void WaitForProcess(int pid) {
+    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(pid));
+    WaitForSingleObject(process, INFINITE);
+    CloseHandle(process);
 }
 
 bool WaitProcessForClose(const ProcessRecord& process) {
@@ -222,8 +240,9 @@ int GetRunProcessCount(const wchar_t* name) {
     }
     processesUtilsLog.Info(std::wstring(L"GetRunProcessCount: ") + name);
     int count = 0;
-    WalkSnapshot(
-        [&](const PROCESSENTRY32W& entry) { count += EqualNames(entry.szExeFile, name) ? 1 : 0; });
+    for (const ProcessRecord& process : ListProcesses()) {
+        count += EqualNames(process.exeName, name) ? 1 : 0;
+    }
     processesUtilsLog.Info(L"GetRunProcessCount: " + DecimalText(count));
     return count;
 }

@@ -10,7 +10,8 @@
 /// Finding, ending and waiting for processes. Everything works on a snapshot: a process that starts
 /// later is not seen, one that has ended since fails to open and costs a WARN line. Names are
 /// compared whole and without case, paths as prefixes without case, whatever stands behind the
-/// prefix. The searches leave this process out, so that nothing ends it or waits for it.
+/// prefix. The searches leave out this process and its report writer, which is a child with the
+/// same image, so that nothing ends them or waits for them.
 
 struct ProcessRecord {
     DWORD pid = 0;
@@ -48,9 +49,18 @@ class ProcessTree {
 
   private:
     void Add(const ProcessRecord& record);
+    /// This process, or its report writer.
+    bool IsOwn(const ProcessRecord& record) const;
 
     DWORD ownPid;
 };
+
+/// All processes of the machine; none when the system gives no list.
+std::vector<ProcessRecord> ListProcesses();
+
+/// Waits, without a time limit, until the process has ended; one that cannot be opened counts as
+/// ended.
+void WaitForProcess(int pid);
 
 /// Waits up to 5 seconds. False only after those; a process that cannot be opened counts as gone.
 bool WaitProcessForClose(const ProcessRecord& process);

@@ -16,9 +16,16 @@
 #define IDB_BAR 112
 // The product's icon group.
 #define IDI_PRODUCT 122
-// The window's picture, of the type "PNG".
+// The window's picture.
 #define IDR_BACKGROUND 125
-// The application's archive in an offline build, of the type "DISTR".
+// The application's archive in an offline build.
 #define IDR_ARCHIVE 199
-// The text table, of the type "TEXTS".
+// The text table (TextTableFormat.h).
 #define IDR_TEXTS 1
+
+#ifndef RC_INVOKED
+// Types of the three.
+constexpr wchar_t backgroundType[] = L"PNG";
+constexpr wchar_t archiveType[] = L"DISTR";
+constexpr wchar_t textsType[] = L"TEXTS";
+#endif

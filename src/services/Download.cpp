@@ -7,10 +7,10 @@
 
 #include <string>
 
-#include "diagnostics/Log.h"
+#include "base/Log.h"
+#include "base/SystemLibrary.h"
 #include "fs/FilePrimitives.h"
 #include "fs/RetryingOperations.h"
-#include "services/SystemLibrary.h"
 
 namespace {
 

@@ -8,7 +8,8 @@
 
 #include <string>
 
-#include "diagnostics/Log.h"
+#include "base/Log.h"
+#include "base/PathBuffers.h"
 
 namespace {
 
@@ -83,7 +84,10 @@ HRESULT CloseIfUnder(IWebBrowser2* browser, LPCITEMIDLIST folder, const wchar_t*
                      int pathLength) {
     LPWSTR name = nullptr;
     HRESULT result = GetParsingName(folder, name);
-    if (SUCCEEDED(result) && name != nullptr && BeginsWith(name, path, pathLength)) {
+    const std::wstring longPath = PathForm(GetLongPathNameW, path);
+    if (SUCCEEDED(result) && name != nullptr &&
+        (BeginsWith(name, path, pathLength) ||
+         BeginsWith(name, longPath.c_str(), static_cast<int>(longPath.size())))) {
         utilsLog.Info(std::wstring(L"CloseWindowsExplorerWindowsForPath: found explorer [") + name +
                       L"], quit it!");
         result = browser->Quit();

@@ -1,7 +1,7 @@
 #include "services/Manifest.h"
 
+#include "base/Bitness.h"
 #include "fs/FilePrimitives.h"
-#include "services/Bitness.h"
 #include "services/JsonTree.h"
 
 namespace {

@@ -3,9 +3,13 @@
 #include <windows.h>
 #include <strsafe.h>
 
+#include <cwchar>
+#include <cwctype>
+
+#include "base/TempFolder.h"
 #include "fs/FilePrimitives.h"
 #include "fs/RetryingOperations.h"
-#include "services/Launch.h"
+#include "processes/Launch.h"
 
 namespace {
 
@@ -21,40 +25,51 @@ constexpr char script[] =
     "del /q /f /a:h \"%2\"\r\n"
     "del /q /f \"%0\"\r\n"
     "del /q /f /a:h \"%0\"";
+// In the current folder, which is that for temporary files.
+constexpr wchar_t scriptHere[] = L".\\lumentra.selfdel.cmd";
 constexpr unsigned scriptLength = sizeof script - 1;
 static_assert(scriptLength == 212);
 
-HRESULT FormatArguments(const wchar_t* path, wchar_t (&arguments)[260]) {
-    return StringCchPrintfW(arguments, 260, L"%u \"%s\" >nul 2>nul",
+HRESULT FormatArguments(const wchar_t* path, wchar_t (&arguments)[MAX_PATH]) {
+    return StringCchPrintfW(arguments, MAX_PATH, L"%u \"%s\" >nul 2>nul",
                             static_cast<unsigned>(GetCurrentProcessId()), path);
 }
 
-// The script puts %2, which comes in quotes, into quotes once more, so that `del` sees it without
-// any, and what is special to the command processor ends or splits it. A file with such a path gets
-// a plain name in the script's folder, which a program that runs can be given too. Where that fails
-// the path has to do as it is.
-void MovePlainly(const wchar_t* path, const wchar_t* temp, wchar_t (&arguments)[260]) {
-    wchar_t name[64];
-    wchar_t moved[260];
-    if (SUCCEEDED(StringCchPrintfW(name, 64, L"lumentra.selfdel.%u.exe",
-                                   static_cast<unsigned>(GetCurrentProcessId()))) &&
-        SUCCEEDED(StringCchPrintfW(moved, 260, L"%s%s", temp, name)) &&
-        MoveFileExW(path, moved, MOVEFILE_REPLACE_EXISTING)) {
-        FormatArguments(name, arguments);
+// The script puts %0 and %2, which come in quotes, into quotes once more, so that `del` sees them
+// without any, and what is special to the command processor ends or splits them.
+bool IsPlain(const wchar_t* path) {
+    for (; *path != L'\0'; ++path) {
+        if (iswspace(*path) || wcschr(L"&()[]{}^=;!'+,`%", *path) != nullptr) {
+            return false;
+        }
     }
+    return true;
+}
+
+// Where a file whose path is not plain goes: a plain name in the script's folder. A program that
+// runs can be moved too.
+struct PlainPlace {
+    wchar_t name[64];
+    wchar_t path[MAX_PATH];
+};
+
+bool MovePlainly(const wchar_t* path, const wchar_t* temp, PlainPlace& place) {
+    return SUCCEEDED(StringCchPrintfW(place.name, 64, L"lumentra.selfdel.%u.exe",
+                                      static_cast<unsigned>(GetCurrentProcessId()))) &&
+           SUCCEEDED(StringCchPrintfW(place.path, MAX_PATH, L"%s%s", temp, place.name)) &&
+           MoveFileExW(path, place.path, MOVEFILE_REPLACE_EXISTING);
 }
 
 }  // namespace
 
 void SelfDelete(const wchar_t* path) {
-    wchar_t temp[260];
-    const DWORD length = GetTempPathW(260, temp);
-    if (length == 0 || length > 260) {
+    wchar_t temp[MAX_PATH];
+    if (!GetTempFolder(temp)) {
         return;
     }
-    wchar_t scriptPath[260];
-    wchar_t arguments[260];
-    if (FAILED(StringCchPrintfW(scriptPath, 260, L"%slumentra.selfdel.cmd", temp)) ||
+    wchar_t scriptPath[MAX_PATH];
+    wchar_t arguments[MAX_PATH];
+    if (FAILED(StringCchPrintfW(scriptPath, MAX_PATH, L"%s%s", temp, scriptHere + 2)) ||
         FAILED(FormatArguments(path, arguments))) {
         return;
     }
@@ -63,9 +78,20 @@ void SelfDelete(const wchar_t* path) {
         SHRemoveObject(scriptPath, false);
         return;
     }
-    // Only now: without the script nothing would delete it under its new name.
-    if (wcspbrk(path, L" &()[]{}^=;!'+,`%") != nullptr) {
-        MovePlainly(path, temp, arguments);
+    PlainPlace plain;
+    const bool isMoved = !IsPlain(path);
+    if (isMoved) {
+        // Only now: without the script nothing would delete it under its new name.
+        if (!MovePlainly(path, temp, plain)) {
+            SHRemoveObject(scriptPath, false);
+            return;
+        }
+        FormatArguments(plain.name, arguments);
     }
-    ExecuteApp(scriptPath, arguments, CREATE_NO_WINDOW, false);
+    // A script named C:\A B\x.cmd would empty the folder C:\A.
+    if (ExecuteApp(IsPlain(scriptPath) ? scriptPath : scriptHere, arguments, CREATE_NO_WINDOW,
+                   false) < 0 &&
+        isMoved) {
+        MoveFileExW(plain.path, path, 0);
+    }
 }

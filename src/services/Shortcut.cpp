@@ -6,9 +6,9 @@
 #include <strsafe.h>
 #include <wrl/client.h>
 
-#include "diagnostics/Log.h"
-#include "services/Launch.h"
-#include "startup/PathBuffers.h"
+#include "base/Log.h"
+#include "base/PathBuffers.h"
+#include "processes/Launch.h"
 
 namespace {
 
@@ -85,10 +85,11 @@ HRESULT WriteLink(const wchar_t* target, const wchar_t* iconPath, const wchar_t*
 }
 
 void RunPinTool(const wchar_t* appFolder, const wchar_t* command) {
-    wchar_t tool[260];
-    wchar_t arguments[260];
-    if (FAILED(StringCchPrintfW(tool, 260, L"%s\\syspin.exe", appFolder)) ||
-        FAILED(StringCchPrintfW(arguments, 260, L"\"%s\" %s", programsShortcutPath, command))) {
+    wchar_t tool[MAX_PATH];
+    wchar_t arguments[MAX_PATH];
+    if (FAILED(StringCchPrintfW(tool, MAX_PATH, L"%s\\syspin.exe", appFolder)) ||
+        FAILED(
+            StringCchPrintfW(arguments, MAX_PATH, L"\"%s\" %s", programsShortcutPath, command))) {
         return;
     }
     ExecuteApp(tool, arguments, CREATE_NO_WINDOW, true);

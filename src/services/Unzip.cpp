@@ -10,10 +10,9 @@
 #include <new>
 #include <string>
 
-#include "diagnostics/Log.h"
+#include "base/Log.h"
 #include "fs/FilePrimitives.h"
 #include "fs/RetryingOperations.h"
-#include "startup/PathBuffers.h"
 
 namespace {
 
@@ -48,7 +47,7 @@ HRESULT CopyItems(Folder* destination, FolderItems* items) {
 
 // The result is that of the last step which the outcome hangs on; a zip file that the Shell does
 // not take for a folder leaves that of opening the destination.
-HRESULT CopyZipContent(const wchar_t* zipPath) {
+HRESULT CopyZipContent(const wchar_t* zipPath, const wchar_t* folder) {
     ComPtr<IShellDispatch> shell;
     HRESULT result =
         CoCreateInstance(CLSID_Shell, nullptr, CLSCTX_INPROC_SERVER, IID_IShellDispatch,
@@ -57,7 +56,7 @@ HRESULT CopyZipContent(const wchar_t* zipPath) {
         return result;
     }
     ComPtr<Folder> destination;
-    result = OpenFolder(shell.Get(), extractDir, destination);
+    result = OpenFolder(shell.Get(), folder, destination);
     if (FAILED(result) || !destination) {
         return result;
     }
@@ -73,24 +72,23 @@ HRESULT CopyZipContent(const wchar_t* zipPath) {
 
 }  // namespace
 
-int UnzipToFolder(const wchar_t* zipPath) {
+int UnzipToFolder(const wchar_t* zipPath, const wchar_t* folder) {
     if (zipPath == nullptr) {
         utilsLog.Error(L"UnzipToFolder: NULL in args");
         return -1;
     }
-    utilsLog.Info(std::wstring(L"UnzipToFolder: from [") + zipPath + L"], to [" + extractDir +
-                  L"]");
+    utilsLog.Info(std::wstring(L"UnzipToFolder: from [") + zipPath + L"], to [" + folder + L"]");
     if (!PathFileExistsW(zipPath)) {
         utilsLog.Error(L"UnzipToFolder: zip file not exists!");
         return -1;
     }
-    if (SHRemoveObject(extractDir, false) < 0 || CreateDir(extractDir) < 0) {
+    if (SHRemoveObject(folder, false) < 0 || CreateDir(folder) < 0) {
         return -1;
     }
     CoInitialize(nullptr);
     HRESULT result = S_OK;
     try {
-        result = CopyZipContent(zipPath);
+        result = CopyZipContent(zipPath, folder);
     } catch (...) {
         utilsLog.Error(L"UnzipToFolder: exception!");
         CoUninitialize();

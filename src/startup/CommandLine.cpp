@@ -7,9 +7,9 @@
 #include <cwchar>
 #include <string>
 
-#include "diagnostics/DecimalText.h"
-#include "diagnostics/Log.h"
-#include "startup/GlobalVars.h"
+#include "base/DecimalText.h"
+#include "base/GlobalVars.h"
+#include "base/Log.h"
 
 namespace {
 
@@ -46,9 +46,9 @@ void SetOperation(GlobalVars& vars, int install, int uninstall, int update) {
 }
 
 void ReadModuleName(const wchar_t* path, GlobalVars& vars) {
-    wchar_t name[260];
+    wchar_t name[MAX_PATH];
     if (path == nullptr ||
-        _wsplitpath_s(path, nullptr, 0, nullptr, 0, name, 260, nullptr, 0) != 0) {
+        _wsplitpath_s(path, nullptr, 0, nullptr, 0, name, MAX_PATH, nullptr, 0) != 0) {
         return;
     }
     if (_wcsicmp(name, L"uninstall") == 0) {
@@ -175,4 +175,8 @@ void ParseArguments(int count, wchar_t* const* arguments, GlobalVars& vars) {
             globalVarsLog.Warn(std::wstring(L"arg: ") + walk.Current());
         }
     }
+}
+
+void ParseCommandLine(GlobalVars& vars) {
+    ParseArguments(__argc, __wargv, vars);
 }

@@ -8,6 +8,9 @@ struct GlobalVars;
 /// afterwards.
 void ParseArguments(int count, wchar_t* const* arguments, GlobalVars& vars);
 
+/// The same with the process's own argument vector.
+void ParseCommandLine(GlobalVars& vars);
+
 /// Reads the decimal number at the start of `text`, as wcstol does: leading white space and a sign
 /// are accepted, what follows the digits is ignored. False, with `number` untouched, when there is
 /// no digit or the value does not fit into 32 bits.

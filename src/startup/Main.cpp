@@ -3,19 +3,27 @@
 
 #include <string>
 
+#include "base/GlobalVars.h"
+#include "base/LastErrorKeeper.h"
+#include "base/OwnPath.h"
 #include "diagnostics/ErrorReport.h"
-#include "operations/Progress.h"
+#include "operations/Operations.h"
+#include "processes/Launch.h"
+#include "processes/ProcessControl.h"
 #include "resources/ResourceIds.h"
-#include "services/Launch.h"
 #include "services/SelfDelete.h"
 #include "services/Shortcut.h"
-#include "startup/GlobalVars.h"
-#include "startup/OwnPath.h"
+#include "startup/CommandLine.h"
 #include "startup/Roles.h"
 #include "ui/MainWindow.h"
 #include "ui/Texts.h"
 
 namespace {
+
+// What a report says that belongs to no operation.
+// NOLINTNEXTLINE(bugprone-macro-parentheses): declares a name
+#define LONE_FAILURE(constant, text, english) constexpr wchar_t constant[] = L##text;
+#include "resources/Failures.def"
 
 // A program that was downloaded lies beside other downloads, which must not be taken for libraries.
 void SearchLibrariesInSystemFolderOnly() {
@@ -30,11 +38,9 @@ void SearchLibrariesInSystemFolderOnly() {
 void FillGlobalVars(HINSTANCE instance) {
     globalVars.hInstance = instance;
     globalVars.isOffline =
-        FindResourceW(nullptr, MAKEINTRESOURCEW(IDR_ARCHIVE), L"DISTR") != nullptr;
+        FindResourceW(nullptr, MAKEINTRESOURCEW(IDR_ARCHIVE), archiveType) != nullptr;
     globalVars.Init();
-    globalVars.ParseCommandLine();
-    progressObject.vars = &globalVars;
-    errorReport.vars = &globalVars;
+    ParseCommandLine(globalVars);
 }
 
 void SendReport(const wchar_t* message) {
@@ -44,7 +50,7 @@ void SendReport(const wchar_t* message) {
 
 int WriteProcessReport() {
     if (ListOpenedFiles()) {
-        SendReport(L"Отчет по процессам");
+        SendReport(openFilesListed);
     }
     return 0;
 }
@@ -56,7 +62,7 @@ int RestartFromCopy() {
     const int result = CopyAndRestartItself();
     if (result < 0) {
         errorReport.CaptureLastError();
-        SendReport(L"Ошибка копирования и запуска копии uninstall.exe");
+        SendReport(uninstallerNotStarted);
     }
     return result;
 }
@@ -64,48 +70,36 @@ int RestartFromCopy() {
 int ReportIfNoWindow(int result) {
     if (result < 0) {
         errorReport.CaptureLastError();
-        SendReport(L"Error of CreateMainWindow");
+        SendReport(windowNotMade);
     }
     return result;
 }
 
-int RunInWindow(int showCommand, int operation) {
-    return ReportIfNoWindow(CreateMainWindow(showCommand, &globalVars, operation));
-}
-
 int RunUninstall(int showCommand) {
     int result = 0;
-    DWORD error = GetLastError();
     if (MessageBoxW(nullptr, GetString(TextConfirmUninstall), GetString(TextTitle),
                     MB_YESNO | MB_ICONQUESTION) == IDYES) {
         if (globalVars.waitPid != 0) {
             WaitForProcess(globalVars.waitPid);
         }
-        result = CreateMainWindow(showCommand, &globalVars, OperationUninstall);
-        error = GetLastError();
+        result = CreateMainWindow(showCommand, OperationUninstall);
     }
-    SelfDelete(OwnPath().c_str());
-    // The report is about the window.
-    SetLastError(error);
+    {
+        // The report is about the window.
+        const LastErrorKeeper keeper;
+        SelfDelete(OwnPath().c_str());
+    }
     return ReportIfNoWindow(result);
 }
 
-int RunOperation(int showCommand) {
-    if (globalVars.runUninstall) {
-        return RunUninstall(showCommand);
-    }
-    if (globalVars.runUpdate && globalVars.showConsole) {
-        progressObject.UpdateApp();
+int RunInstallOrUpdate(int showCommand) {
+    const int operation = globalVars.runUpdate ? OperationUpdate : OperationInstall;
+    if (globalVars.showConsole) {
+        progressObject.operation = operation;
+        RunOperation(progressObject);
         return 0;
     }
-    if (globalVars.runUpdate) {
-        return RunInWindow(showCommand, OperationUpdate);
-    }
-    if (globalVars.runInstall && globalVars.showConsole) {
-        progressObject.InstallApp();
-        return 0;
-    }
-    return RunInWindow(showCommand, OperationInstall);
+    return ReportIfNoWindow(CreateMainWindow(showCommand, operation));
 }
 
 }  // namespace
@@ -120,7 +114,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int showCommand) {
     }
     const std::wstring appId = globalVars.appDisplayName;
     if (!SetAumIdForProcess(appId)) {
-        SendReport(L"Ошибка установки AUMID");
+        SendReport(appIdNotSet);
         return -1;
     }
     if (globalVars.moduleIsUninstall && __argc == 1) {
@@ -133,5 +127,5 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int showCommand) {
     if (globalVars.isRunAs && globalVars.waitPid != 0) {
         WaitForProcess(globalVars.waitPid);
     }
-    return RunOperation(showCommand);
+    return globalVars.runUninstall ? RunUninstall(showCommand) : RunInstallOrUpdate(showCommand);
 }

@@ -5,14 +5,15 @@
 
 #include <string>
 
-#include "diagnostics/Log.h"
+#include "base/GlobalVars.h"
+#include "base/Log.h"
+#include "base/OwnPath.h"
+#include "base/PathBuffers.h"
+#include "base/TempFolder.h"
 #include "fs/RetryingOperations.h"
+#include "processes/Launch.h"
 #include "processes/OpenedFiles.h"
 #include "processes/ProcessControl.h"
-#include "services/Launch.h"
-#include "startup/GlobalVars.h"
-#include "startup/OwnPath.h"
-#include "startup/PathBuffers.h"
 
 namespace {
 
@@ -25,15 +26,14 @@ void LogListing(const std::wstring& folder) {
 
 int CopyAndRestartItself() {
     mainLog.Info(L"CopyAndRestartItself");
-    wchar_t temp[260];
-    const DWORD length = GetTempPathW(260, temp);
-    if (length == 0 || length > 260) {
+    wchar_t temp[MAX_PATH];
+    if (!GetTempFolder(temp)) {
         mainLog.Error(L"CopyAndRestartItself: error of GetTempPath: " + LastErrorText());
         return -1;
     }
-    wchar_t target[260];
+    wchar_t target[MAX_PATH];
     const HRESULT formatted =
-        StringCchPrintfW(target, 260, L"%s%s", temp, globalVars.uninstallExeName.c_str());
+        StringCchPrintfW(target, MAX_PATH, L"%s%s", temp, globalVars.uninstallExeName.c_str());
     if (FAILED(formatted)) {
         mainLog.Error(L"CopyAndRestartItself: error of StringCchPrintf: " + HResultText(formatted));
         return -1;
@@ -49,22 +49,15 @@ int CopyAndRestartItself() {
 }
 
 void SetTempDirAsCurrent() {
-    wchar_t temp[260];
-    const DWORD length = GetTempPathW(260, temp);
-    SetCurrentDirectoryW(length == 0 || length > 260 ? L"C:\\" : temp);
+    wchar_t temp[MAX_PATH];
+    SetCurrentDirectoryW(GetTempFolder(temp) ? temp : L"C:\\");
 }
 
 bool ListOpenedFiles() {
-    if (BuildPaths(&globalVars, globalVars.updateFilesPath) < 0) {
+    if (BuildPaths(globalVars.updateFilesPath) < 0) {
         return false;
     }
     LogListing(globalVars.installDir);
     LogListing(extractDir);
     return true;
-}
-
-void WaitForProcess(int pid) {
-    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(pid));
-    WaitForSingleObject(process, INFINITE);
-    CloseHandle(process);
 }

@@ -13,7 +13,3 @@ void SetTempDirAsCurrent();
 /// Lists in the log which processes hold files of the installation and of the unpacked archive.
 /// False when the paths could not be built.
 bool ListOpenedFiles();
-
-/// Waits, without a time limit, until the process has ended; one that cannot be opened counts as
-/// ended.
-void WaitForProcess(int pid);

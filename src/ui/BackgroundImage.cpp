@@ -6,8 +6,9 @@
 
 #include <cstring>
 
+#include "base/ResourceData.h"
+#include "base/SystemLibrary.h"
 #include "resources/ResourceIds.h"
-#include "services/SystemLibrary.h"
 
 namespace {
 
@@ -33,13 +34,11 @@ HGLOBAL CopyToGlobal(const void* data, DWORD size) {
 
 ComPtr<IStream> LoadPngStream() {
     ComPtr<IStream> stream;
-    const HRSRC resource = FindResourceW(nullptr, MAKEINTRESOURCEW(IDR_BACKGROUND), L"PNG");
-    const HGLOBAL loaded = resource ? LoadResource(nullptr, resource) : nullptr;
-    const void* data = loaded ? LockResource(loaded) : nullptr;
-    if (data == nullptr) {
+    const ResourceData picture = FindResourceData(backgroundType, IDR_BACKGROUND);
+    if (picture.data == nullptr) {
         return stream;
     }
-    const HGLOBAL memory = CopyToGlobal(data, SizeofResource(nullptr, resource));
+    const HGLOBAL memory = CopyToGlobal(picture.data, picture.size);
     if (memory != nullptr && FAILED(CreateStreamOnHGlobal(memory, TRUE, stream.GetAddressOf()))) {
         GlobalFree(memory);
         stream.Reset();

@@ -4,17 +4,17 @@
 #include <dwmapi.h>
 #include <objbase.h>
 
+#include "base/GlobalVars.h"
+#include "base/Log.h"
+#include "base/SystemLibrary.h"
 #include "diagnostics/ErrorReport.h"
-#include "diagnostics/Log.h"
-#include "operations/Progress.h"
+#include "operations/Operations.h"
 #include "resources/ResourceIds.h"
-#include "services/SystemLibrary.h"
-#include "startup/GlobalVars.h"
 #include "ui/BackgroundImage.h"
-#include "ui/DialogRequests.h"
+#include "ui/DialogAnswering.h"
+#include "ui/DialogAsking.h"
 #include "ui/OperationEnd.h"
 #include "ui/ProgressControls.h"
-#include "ui/ShowDialog.h"
 #include "ui/Texts.h"
 
 namespace {
@@ -22,16 +22,14 @@ namespace {
 constexpr UINT_PTR tickTimer = 1;
 constexpr UINT tickPeriod = 10;
 
-// An update does its work out of sight.
+// Where nobody sees the window.
 constexpr int offScreen = -1000;
 
 // The window's state, touched by the main thread only.
 struct WindowState {
     HINSTANCE moduleInstance;
-    GlobalVars* vars;
     CProgressObject* progress;
     ErrorReport* errorReport;
-    int operation;
     HBITMAP backgroundBitmap;
     int windowWidth;
     int windowHeight;
@@ -58,26 +56,14 @@ void PlaceWindow(HWND window) {
     state.windowHeight = picture.bmHeight;
     int x = offScreen;
     int y = offScreen;
-    if (state.operation != OperationUpdate) {
+    if (!TraitsOf(state.progress->operation).isOffScreen) {
         x = (GetSystemMetrics(SM_CXSCREEN) - state.windowWidth) / 2;
         y = (GetSystemMetrics(SM_CYSCREEN) - state.windowHeight) / 2;
     }
     SetWindowPos(window, nullptr, x, y, state.windowWidth, state.windowHeight, SWP_SHOWWINDOW);
 }
 
-int FirstStatusText() {
-    switch (state.operation) {
-        case OperationUninstall:
-            return TextUninstalling;
-        case OperationUpdate:
-            return TextUpdating;
-        default:
-            return TextPreparing;
-    }
-}
-
 void StartWorker(HWND window) {
-    state.progress->operation = state.operation;
     state.progress->workerThread =
         CreateThread(nullptr, 0, WorkerThreadProc, state.progress, 0, nullptr);
     if (state.progress->workerThread != nullptr) {
@@ -85,7 +71,7 @@ void StartWorker(HWND window) {
     }
     state.errorReport->Send(nullptr);
     KillTimer(window, tickTimer);
-    ShowFailure(window, state.operation);
+    ShowFailure(window, state.progress->operation);
     DestroyWindow(window);
 }
 
@@ -98,16 +84,17 @@ void HandleCreate(HWND window) {
     state.controls = CreateProgressControls(window, state.moduleInstance, state.windowWidth);
     SetWindowTextW(window, GetString(TextTitle));
     SetWindowTextW(state.controls.titleLabel, GetString(TextProductName));
-    SetWindowTextW(state.controls.statusLabel, GetString(FirstStatusText()));
+    SetWindowTextW(state.controls.statusLabel,
+                   GetString(TraitsOf(state.progress->operation).firstText));
     SetTimer(window, tickTimer, tickPeriod, nullptr);
     StartWorker(window);
 }
 
 void ShowStatusOfStage(HWND window) {
-    if (state.operation != OperationInstall) {
+    if (state.progress->operation != OperationInstall) {
         return;
     }
-    const int text = StatusTextOfStage(state.lastStage, state.vars->isOffline);
+    const int text = StatusTextOfStage(state.lastStage, globalVars.isOffline);
     if (text >= 0) {
         SetWindowTextW(state.controls.statusLabel, GetString(text));
         // The label is transparent: its old letters go only with the picture beneath.
@@ -131,20 +118,27 @@ void HandleTick(HWND window) {
     KillTimer(window, tickTimer);
     // A tick that was already on its way arrives while the box below is open.
     state.operationEnded = true;
-    FinishOperation(window, *state.vars, *state.progress, *state.errorReport, state.operation);
+    FinishOperation(window, *state.progress, *state.errorReport);
     DestroyWindow(window);
 }
 
 void HandleClose(HWND window) {
+    // Nothing is left to cancel; a box on the end may be open.
+    if (state.operationEnded) {
+        return;
+    }
     WaitForSingleObject(state.progress->stageMutex, INFINITE);
     const int stage = state.progress->stage;
-    if (state.operation == OperationInstall && stage < StagePlaceFiles) {
+    const bool isInstall = state.progress->operation == OperationInstall;
+    if (isInstall && stage < StagePlaceFiles) {
         if (MessageBoxW(window, GetString(TextConfirmCancel), GetString(TextTitle),
                         MB_YESNO | MB_ICONQUESTION) == IDYES) {
             state.progress->TerminateWorker();
             DestroyWindow(window);
+            // Nothing is left to do, and an orderly end could wait for a lock of the ended worker.
+            TerminateProcess(GetCurrentProcess(), 0);
         }
-    } else if (state.operation == OperationInstall && stage == StageInstalled) {
+    } else if (isInstall && stage == StageInstalled) {
         DestroyWindow(window);
     }
     ReleaseMutex(state.progress->stageMutex);
@@ -157,8 +151,13 @@ void HandleMinMaxInfo(MINMAXINFO* info) {
 }
 
 void HandleDialogRequest(HWND window, WPARAM wParam, LPARAM lParam) {
-    const auto* request = reinterpret_cast<const DialogRequest*>(lParam);
-    dialogResult = AnswerDialogRequest(window, *state.vars, *request);
+    // Other programs can post the message too.
+    if (wParam == 0 || lParam == 0) {
+        return;
+    }
+    auto* request = reinterpret_cast<DialogRequest*>(lParam);
+    dialogResult = AnswerDialogRequest(window, *request);
+    request->isAnswered = true;
     SetEvent(reinterpret_cast<HANDLE>(wParam));
 }
 
@@ -205,12 +204,12 @@ bool RegisterWindowClass() {
     windowClass.lpfnWndProc = WindowProc;
     windowClass.hInstance = state.moduleInstance;
     windowClass.hbrBackground = CreatePatternBrush(state.backgroundBitmap);
-    windowClass.lpszClassName = state.vars->windowClassName.c_str();
+    windowClass.lpszClassName = globalVars.windowClassName.c_str();
     return RegisterClassExW(&windowClass) != 0;
 }
 
 HWND CreateProgramWindow() {
-    return CreateWindowExW(0, state.vars->windowClassName.c_str(), L"",
+    return CreateWindowExW(0, globalVars.windowClassName.c_str(), L"",
                            WS_POPUP | WS_VISIBLE | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX,
                            CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr,
                            nullptr, state.moduleInstance, nullptr);
@@ -234,12 +233,11 @@ int StatusTextOfStage(int stage, bool isOffline) {
     return stage == StageDownloadFiles && !isOffline ? TextDownloading : -1;
 }
 
-int CreateMainWindow(int showCommand, GlobalVars* vars, int operation) {
-    state.moduleInstance = vars->hInstance;
-    state.vars = vars;
+int CreateMainWindow(int showCommand, int operation) {
+    state.moduleInstance = globalVars.hInstance;
     state.progress = &progressObject;
     state.errorReport = &errorReport;
-    state.operation = operation;
+    state.progress->operation = operation;
     CoInitialize(nullptr);
     state.backgroundBitmap = LoadBackgroundBitmap();
     CoUninitialize();

@@ -3,11 +3,11 @@
 #include <cwchar>
 #include <string>
 
+#include "base/Bitness.h"
+#include "base/GlobalVars.h"
 #include "diagnostics/ErrorReport.h"
-#include "operations/Progress.h"
-#include "services/Bitness.h"
-#include "services/Launch.h"
-#include "startup/GlobalVars.h"
+#include "operations/Operations.h"
+#include "processes/Launch.h"
 #include "ui/Texts.h"
 
 namespace {
@@ -28,8 +28,7 @@ std::wstring EscapeForShell(const std::wstring& address) {
     return escaped;
 }
 
-void FinishInstall(HWND window, const GlobalVars& vars, const CProgressObject& progress,
-                   ErrorReport& errorReport) {
+void FinishInstall(HWND window, const CProgressObject& progress, ErrorReport& errorReport) {
     switch (progress.errorCode) {
         case ErrorNone:
         case ErrorUpToDate:
@@ -37,11 +36,11 @@ void FinishInstall(HWND window, const GlobalVars& vars, const CProgressObject& p
         case ErrorDownload:
             errorReport.Send(&progress.report);
             if (ShowBox(window, TextOfferFullInstaller, MB_OKCANCEL | MB_ICONQUESTION) == IDOK) {
-                OpenFullInstallerPage(vars);
+                OpenFullInstallerPage();
             }
             break;
         default:
-            if (!vars.elevatedCopyStarted) {
+            if (!globalVars.elevatedCopyStarted) {
                 errorReport.Send(&progress.report);
                 ShowFailure(window, OperationInstall);
             }
@@ -59,17 +58,16 @@ void FinishUninstall(HWND window, const CProgressObject& progress, ErrorReport& 
 
 }  // namespace
 
-void FinishOperation(HWND window, const GlobalVars& vars, const CProgressObject& progress,
-                     ErrorReport& errorReport, int operation) {
-    switch (operation) {
+void FinishOperation(HWND window, const CProgressObject& progress, ErrorReport& errorReport) {
+    switch (progress.operation) {
         case OperationInstall:
-            FinishInstall(window, vars, progress, errorReport);
+            FinishInstall(window, progress, errorReport);
             break;
         case OperationUninstall:
             FinishUninstall(window, progress, errorReport);
             break;
         case OperationUpdate:
-            if (progress.errorCode != ErrorNone && !vars.elevatedCopyStarted) {
+            if (progress.errorCode != ErrorNone && !globalVars.elevatedCopyStarted) {
                 errorReport.Send(&progress.report);
             }
             break;
@@ -77,15 +75,14 @@ void FinishOperation(HWND window, const GlobalVars& vars, const CProgressObject&
 }
 
 void ShowFailure(HWND window, int operation) {
-    if (operation == OperationInstall) {
-        ShowBox(window, TextInstallFailed, MB_ICONERROR);
-    } else if (operation == OperationUninstall) {
-        ShowBox(window, TextUninstallFailed, MB_ICONERROR);
+    if (const int text = TraitsOf(operation).failureText; text != noText) {
+        ShowBox(window, text, MB_ICONERROR);
     }
 }
 
-void OpenFullInstallerPage(const GlobalVars& vars) {
-    const std::wstring address = vars.offlineInstallerUrl + (Is64BitSystem() ? L"x64" : L"x32");
+void OpenFullInstallerPage() {
+    const std::wstring address =
+        globalVars.offlineInstallerUrl + (Is64BitSystem() ? L"x64" : L"x32");
     ExecuteApp(L"cmd.exe", (L"/c start " + EscapeForShell(address)).c_str(), CREATE_NO_WINDOW,
                false);
 }

@@ -1,20 +1,9 @@
 #include "ui/ProgressControls.h"
 
 #include "resources/ResourceIds.h"
+#include "resources/WindowLayout.h"
 
 namespace {
-
-// Pixels.
-constexpr int barLeft = 90;
-constexpr int barTop = 176;
-constexpr int barFullWidth = 319;
-constexpr int barHeight = 15;
-constexpr int titleTop = 127;
-constexpr int titleHeight = 30;
-constexpr int titleFontHeight = 28;
-constexpr int statusTop = 200;
-constexpr int statusHeight = 15;
-constexpr int statusFontHeight = 12;
 
 HWND CreateStatic(HWND window, HINSTANCE instance, DWORD style, const RECT& place) {
     return CreateWindowExW(0, L"STATIC", nullptr, WS_CHILD | WS_VISIBLE | style, place.left,

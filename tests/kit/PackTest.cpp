@@ -3,275 +3,238 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <map>
-#include <string>
-#include <vector>
-
-#include "UnpackToFolder.h"
-#include "kit/Files.h"
+#include "kit/AppEntries.h"
+#include "kit/Checksums.h"
 #include "kit/Pack.h"
-#include "kit/Sha256.h"
+#include "kit/UpdateManifest.h"
 #include "resources/ResourceIds.h"
 #include "Samples.h"
-#include "support/FailingCall.h"
-#include "support/Scratch.h"
+#include "support/Replace.h"
+#include "UnpackToFolder.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+// The checksums are compared by tests/kit/scripts-test.
+struct PackTest : testing::Test, SampleApp {
+    const std::wstring win = dist + L"\\download\\win\\", online = dist + L"\\QuorvaneSetup.exe";
+    PackJob job = {sampleBase, sampleProduct, app, dist, {}, "", ""};
 
-using Tree = std::map<std::wstring, std::string>;
-
-/// All files by relative path; a folder has a slash behind its name.
-Tree ReadTree(const std::wstring& root) {
-    Tree tree;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        const std::wstring path = entry.path().generic_wstring().substr(root.size() + 1);
-        if (entry.is_directory())
-            tree[path + L"/"];
-        else
-            tree[path] = Read(entry.path());
-    }
-    return tree;
-}
-
-std::string HashOf(const std::wstring& path) {
-    std::string hex;
-    EXPECT_EQ(HashFile(path, hex), 0u);
-    return hex;
-}
-
-/// An application of the reference product, ready to be packed.
-struct PackTest : testing::Test {
-    ScratchFolder folder;
-    std::wstring app = folder / L"app", dist = folder / L"dist", win = dist + L"\\download\\win\\";
-    PackJob job = {sampleBase, ProductFolder(L"quorvane"), app, dist, {}, "", ""};
-
-    PackTest() {
-        const std::string program = Read(sampleBase);
-        for (const wchar_t* name : {L"QuorvaneStarter.exe", L"Quorvane.exe", L"syspin.exe"})
-            WriteFileText(app + L"\\" + name, program);
-        WriteFileText(app + L"\\locales\\ü 例.pak", Noise(700000));
-        fs::create_directory(app + L"\\empty");
-        SetVersion("1.2.3");
-    }
-
-    void SetVersion(const std::string& version) const {
-        WriteFileText(app + L"\\resources\\app\\package.json",
-                      "{\"version\": \"" + version + "\"}");
-    }
-
-    /// Returns what failed: findings, or the one line of the making.
+    /// Returns what failed: findings, or the one line of the making; empty when all went well.
     std::string Pack() const {
         Findings findings;
         const PackPlan plan = CheckPack(job, findings);
         std::vector<PackedFile> files;
-        return HasErrors(findings) ? Lines(findings) : MakePack(job, plan, files);
+        return HasErrors(findings) ? Lines(findings) : MakePack(job, plan, files).value_or("");
     }
 
-    Tree Unpack(const std::wstring& zip) const {
+    /// A pack fails with these words and leaves everything as it was.
+    void ExpectUntouched(const char* words) const {
+        const Tree before = ReadTree(folder.path);
+        EXPECT_NE(Pack().find(words), std::string::npos) << words << "\n" << Pack();
+        EXPECT_TRUE(ReadTree(folder.path) == before) << words;
+    }
+
+    Tree Unpack(const wchar_t* arch) const {
         const std::wstring unpacked = folder / L"unpacked";
-        fs::create_directory(unpacked);
-        EXPECT_EQ(UnpackToFolder(zip, unpacked), S_OK);
+        std::filesystem::create_directory(unpacked);
+        EXPECT_EQ(UnpackToFolder(win + L"quorvane-1.2.3-" + arch + L".zip", unpacked), S_OK);
         return ReadTree(unpacked);
     }
 
-    /// Every file but the list itself stands in it with the right checksum.
-    void ExpectChecksums() const {
-        std::string expected;
-        for (const auto& [path, content] : ReadTree(dist)) {
-            if (path.back() != L'/' && path != L"SHA256SUMS")
-                expected += HashOf(dist + L"\\" + path) + "  " + Narrow(path) + "\n";
-        }
-        EXPECT_EQ(Read(dist + L"\\SHA256SUMS"), expected);
+    /// What the manifest offers, without its architectures and checksums.
+    std::string Offers() const {
+        const nlohmann::json manifest = nlohmann::json::parse(ReadFileText(win + L"manifest.json"));
+        std::string told = manifest["version"];
+        for (const nlohmann::json& offer : manifest["windows"])
+            told += " " + offer["url"].get<std::string>() + " " + offer.value("altUrl", "-");
+        return told;
     }
 };
 
 TEST_F(PackTest, MakesWhatATeamPublishes) {
+    const std::string at = "/download/win/quorvane-1.2.";
     ASSERT_EQ(Pack(), "");
     const Tree made = ReadTree(dist);
-    const std::wstring zip = L"download/win/quorvane-1.2.3-ia32.zip";
-    const std::wstring offline = L"QuorvaneSetup-1.2.3-ia32-offline.exe";
-    std::vector<std::wstring> names;
-    for (const auto& file : made)
-        names.push_back(file.first);
-    EXPECT_EQ(names,
-              (std::vector<std::wstring>{offline, L"QuorvaneSetup.exe", L"SHA256SUMS", L"download/",
-                                         L"download/win/", L"download/win/manifest.json", zip}));
-    ExpectChecksums();
-    EXPECT_EQ(ReadJson(win + L"manifest.json"),
-              (nlohmann::json{{"version", "1.2.3"},
-                              {"windows",
-                               {{{"url", "https://download.quorvane.example/" + Narrow(zip)},
-                                 {"arch", "ia32"},
-                                 {"hash", HashOf(dist + L"\\" + zip)}}}}}));
+    const std::string& zip = made.at(L"download/win/quorvane-1.2.3-ia32.zip");
+    EXPECT_EQ(made.size(), 7u) << "with two folders, the manifest and the checksums";
+    EXPECT_EQ(Offers(), "1.2.3 https://download.quorvane.example" + at + "3-ia32.zip -");
     // The archive unpacks to the application and the setup as its uninstaller.
     Tree expected = ReadTree(app);
     expected[L"uninstall.exe"] = made.at(L"QuorvaneSetup.exe");
-    EXPECT_TRUE(Unpack(dist + L"\\" + zip) == expected);
-    EXPECT_TRUE(ReadResource(dist + L"\\" + offline, L"DISTR", IDR_ARCHIVE) == made.at(zip));
-    EXPECT_EQ(ReadResource(dist + L"\\QuorvaneSetup.exe", L"DISTR", IDR_ARCHIVE), "none");
-
+    EXPECT_TRUE(Unpack(L"ia32") == expected);
+    const std::wstring offline = dist + L"\\QuorvaneSetup-1.2.3-ia32-offline.exe";
+    EXPECT_TRUE(ReadResource(offline, archiveType, IDR_ARCHIVE) == zip);
+    EXPECT_EQ(ReadResource(online, archiveType, IDR_ARCHIVE), "none");
     ASSERT_EQ(Pack(), "");
     EXPECT_TRUE(ReadTree(dist) == made) << "the same application gave other files";
-}
-
-TEST_F(PackTest, AddsArchitecturesAndReplacesVersions) {
-    job.architectures = {"ia32"};
-    ASSERT_EQ(Pack(), "");
-    WriteFileText(app + L"\\uninstall.exe", Read(dist + L"\\QuorvaneSetup.exe") + "signed");
-    ASSERT_EQ(Pack(), "");
-    const std::string first = Read(win + L"quorvane-1.2.3-ia32.zip");
-    // An editor and a version control may leave them like this.
-    std::string sums = Read(dist + L"\\SHA256SUMS");
-    for (std::size_t end = 0; (end = sums.find('\n', end)) != std::string::npos; end += 2)
-        sums.insert(end, "\r");
-    WriteFileText(dist + L"\\SHA256SUMS", sums);
-    SetFileAttributesW((dist + L"\\QuorvaneSetup.exe").c_str(), FILE_ATTRIBUTE_READONLY);
+    // Other architectures are added, another version replaces what is offered.
+    const std::string isSigned = made.at(L"QuorvaneSetup.exe") + "signed";
+    WriteFileText(app + L"\\uninstall.exe", isSigned);
+    SetFileAttributesW(online.c_str(), FILE_ATTRIBUTE_READONLY);
     job.architectures = {"x64", "x64"};
     job.baseUrl = "https://cdn.example/q";
-    job.altUrl = "http://mirror.example:81";
+    job.settings = {{"altUrl", "http://m.example:81"}};
     ASSERT_EQ(Pack(), "");
-    ExpectChecksums();
-    EXPECT_FALSE(Exists(dist + L".1.tmp"));
-    EXPECT_TRUE(Read(win + L"quorvane-1.2.3-ia32.zip") == first);
-    nlohmann::json offers = ReadJson(win + L"manifest.json")["windows"];
-    ASSERT_EQ(offers.size(), 2u);
-    EXPECT_EQ(offers[0]["arch"], "ia32");
-    EXPECT_EQ(offers[1]["url"], "https://cdn.example/q/download/win/quorvane-1.2.3-x64.zip");
-    EXPECT_EQ(offers[1]["altUrl"], "http://mirror.example:81/download/win/quorvane-1.2.3-x64.zip");
-    EXPECT_TRUE(Unpack(win + L"quorvane-1.2.3-x64.zip").at(L"uninstall.exe") ==
-                Read(app + L"\\uninstall.exe"));
-
+    EXPECT_EQ(Offers(), "1.2.3 https://download.quorvane.example" + at +
+                            "3-ia32.zip - https://cdn.example/q" + at +
+                            "3-x64.zip http://m.example:81" + at + "3-x64.zip");
+    EXPECT_TRUE(Unpack(L"x64").at(L"uninstall.exe") == isSigned);
     SetVersion("1.2.4");
-    job.architectures = {"x64", "ia32"};
+    job.altUrl = "https://b.example/x";  // goes before the product's
     ASSERT_EQ(Pack(), "");
-    ExpectChecksums();
-    EXPECT_EQ(ReadJson(win + L"manifest.json")["version"], "1.2.4");
-    offers = ReadJson(win + L"manifest.json")["windows"];
-    ASSERT_EQ(offers.size(), 2u);
-    for (const auto& offer : offers)
-        EXPECT_EQ(offer["url"], "https://cdn.example/q/download/win/quorvane-1.2.4-" +
-                                    offer["arch"].get<std::string>() + ".zip");
-    EXPECT_TRUE(Exists(win + L"quorvane-1.2.3-ia32.zip"));
+    EXPECT_EQ(Offers(), "1.2.4 https://cdn.example/q" + at + "4-x64.zip https://b.example/x" + at +
+                            "4-x64.zip");
+    EXPECT_EQ(ReadTree(dist).size(), 11u) << "the former version's files stay";
 }
 
 TEST_F(PackTest, FailureLeavesTheFolderAsItWas) {
-    const auto expectUntouched = [this](const char* part) {
-        const Tree before = ReadTree(folder.path);
-        const std::string wrong = Pack();
-        EXPECT_NE(wrong.find(part), std::string::npos) << part << "\n" << wrong;
-        EXPECT_TRUE(ReadTree(folder.path) == before) << part;
+    const auto with = [&](auto PackJob::*field, const auto& value, const char* words) {
+        const auto saved = std::exchange(job.*field, value);
+        ExpectUntouched(words);
+        job.*field = saved;
     };
-    const auto with = [&](auto PackJob::*field, const auto& value, const char* part) {
-        const PackJob saved = job;
-        job.*field = value;
-        expectUntouched(part);
-        job = saved;
-    };
-    // Nothing there yet.
     with(&PackJob::base, folder / L"none.exe", "error: --base: ");
     with(&PackJob::product, folder / L"none", "error: product.json: ");
     with(&PackJob::app, folder / L"none", "is no folder");
     with(&PackJob::out, app + L"\\dist", "lies in the application's folder");
-    with(&PackJob::out, app + L"\\locales\\ü 例.pak", "is a file");
     with(&PackJob::out, folder / L"none\\dist", "lies in no folder");
     with(&PackJob::out, FromHostPath(L"/usr/dist"), "the folder above it, where the work is done");
     with(&PackJob::architectures, std::vector<std::string>{"arm"}, "error: --arch: is \"arm\"");
-    for (const char* url : {"example.com", "https://a/", "https://a b", "https://a?b"})
-        with(&PackJob::altUrl, url, "error: --alt-url: is");
-    with(&PackJob::baseUrl, "https://x/" + std::string(1000, 'x'),
-         "error: --base-url: is too long");
-    {
-        // All has been made when its checksums cannot be had.
-        const FailingCall noHash("bcrypt.dll", "BCryptFinishHash", &BCryptFinishHash, -1);
-        expectUntouched("cannot be read back");
-    }
-    {
-        // The checksum of what is made last is still being computed.
-        Findings findings;
-        PackPlan plan = CheckPack(job, findings);
-        plan.architectures.push_back("no\\where");
-        const Tree before = ReadTree(folder.path);
-        std::vector<PackedFile> files;
-        const std::string wrong = MakePack(job, plan, files);
-        EXPECT_EQ(wrong.rfind("download/win/quorvane-1.2.3-no\\where.zip: cannot be", 0), 0u)
-            << wrong;
-        EXPECT_TRUE(ReadTree(folder.path) == before);
-    }
+    with(&PackJob::altUrl, "https://a?b", "error: --alt-url: is");
+    // All has been made when its checksums cannot be had.
+    Replaced noHash = Failing(BCryptFinishHash, -1);
+    ExpectUntouched("cannot be read back");
+    noHash.reset();
     WriteFileText(dist + L"\\download", "a file");
-    CreateDirectoryW((dist + L"\\QuorvaneSetup.exe").c_str(), nullptr);
-    expectUntouched("error: download: is a file");
-    expectUntouched("error: QuorvaneSetup.exe: is a folder");
+    CreateDirectoryW(online.c_str(), nullptr);
+    ExpectUntouched("error: download: is a file");
+    ExpectUntouched("error: QuorvaneSetup.exe: is a folder");
     RemoveTree(dist);
     ASSERT_EQ(Pack(), "");
     SetVersion("2.0.0");
-    const std::string others =
-        R"({"version":"2.0.0","windows":[{"arch":"x64","url":"http://a/quor-2.0.0-x64.zip"}]})";
-    const std::tuple<std::wstring, std::string, const char*> lists[] = {
-        {dist + L"\\SHA256SUMS", "rubbish", "error: SHA256SUMS: "},
-        {win + L"manifest.json", "rubbish", "error: download/win/manifest"},
-        {win + L"manifest.json", others, "offers \"quor-2.0.0-x64.zip\" for x64; expected"}};
-    for (const auto& [path, content, wrong] : lists) {
-        const std::string good = Read(path);
-        WriteFileText(path, content);
-        expectUntouched(wrong);
-        WriteFileText(path, good);
-    }
+    WriteFileText(
+        win + L"manifest.json",
+        R"({"version":"2.0.0","windows":[{"arch":"x64","url":"http://a/quor-2.0.0-x64.zip"}]})");
+    ExpectUntouched("offers \"quor-2.0.0-x64.zip\" for x64; expected");
+    DeleteFileW((win + L"manifest.json").c_str());
     // The last file to be replaced is in use: those before it are taken back.
-    const Tree before = ReadTree(folder.path);
-    const HANDLE reader = CreateFileW((dist + L"\\SHA256SUMS").c_str(), GENERIC_READ,
-                                      FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    const std::string wrong = Pack();
-    CloseHandle(reader);
-    EXPECT_EQ(wrong.rfind("SHA256SUMS: cannot be replaced", 0), 0u) << wrong;
-    EXPECT_TRUE(ReadTree(folder.path) == before);
+    const File reader = OpenToRead(dist + L"\\SHA256SUMS");
+    ExpectUntouched("SHA256SUMS: cannot be replaced");
 }
 
 TEST_F(PackTest, RemovesWhatADeadPackLeft) {
-    const std::wstring dead = folder / L"dist.1.tmp", alive = folder / L"dist.2.tmp",
-                       foreign = folder / L"dist.3.tmp";
-    WriteFileText(dead + L"\\pack.lock", "");
-    WriteFileText(dead + L"\\download\\win\\half.zip", "half");
-    WriteFileText(alive + L"\\pack.lock", "");
-    WriteFileText(alive + L"\\half.exe", "half");
-    WriteFileText(foreign + L"\\notes.txt", "a user's");
-    const HANDLE lock =
-        CreateFileW((alive + L"\\pack.lock").c_str(), GENERIC_READ | GENERIC_WRITE,
-                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-    EXPECT_TRUE(LockFile(lock, 0, 0, 1, 0));
+    const std::wstring dead = folder / L"dist.1.tmp\\", alive = folder / L"dist.2.tmp\\",
+                       foreign = folder / L"dist.3.tmp\\notes.txt";
+    for (const std::wstring& left : {dead + L"pack.lock", dead + L"download\\win\\half.zip",
+                                     alive + L"pack.lock", alive + L"half.exe", foreign})
+        WriteFileText(left, "");
+    const File lock = OpenPath(alive + L"pack.lock", GENERIC_READ | GENERIC_WRITE,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
+    EXPECT_TRUE(LockFile(lock.get(), 0, 0, 1, 0));
     EXPECT_EQ(Pack(), "");
     EXPECT_FALSE(Exists(dead));
-    EXPECT_TRUE(Exists(alive + L"\\half.exe"));
-    EXPECT_TRUE(Exists(foreign + L"\\notes.txt"));
-    CloseHandle(lock);
-    EXPECT_EQ(Pack(), "");
-    EXPECT_FALSE(Exists(alive));
+    EXPECT_TRUE(Exists(alive + L"half.exe") && Exists(foreign));
 }
 
-TEST_F(PackTest, CommandLine) {
-    const std::wstring program = L"\"" + FromHostPath(Widen(PACK_PROGRAM)) + L"\"";
-    const std::wstring given = L" --product \"" + Widen(PRODUCTS_FOLDER) +
-                               L"/quorvane\" --app app --base \"" + Widen(SAMPLE_BASE) + L"\"",
-                       all = given + L" --out dist";
-    const fs::path before = fs::current_path();
-    fs::current_path(folder.path);
-    const std::pair<std::wstring, int> calls[] = {{L" --help", 0},
-                                                  {L"", 2},
-                                                  {all + L" --arch", 2},
-                                                  {all + L" --colour blue", 2},
-                                                  {all + L" --arch arm", 1},
-                                                  {all + L" --check", 0},
-                                                  {given, 2},
-                                                  {given + L" --check", 0}};
-    for (const auto& [arguments, code] : calls)
-        EXPECT_EQ(ExitCodeOf(program + arguments), code) << Narrow(arguments);
-    EXPECT_FALSE(Exists(dist));
-    EXPECT_EQ(ExitCodeOf(program + all + L" --arch x64 --arch ia32"), 0);
-    fs::current_path(before);
-    EXPECT_EQ(ReadTree(dist).size(), 9u);
-    ExpectChecksums();
+TEST(Programs, ExitCodes) {
+    const std::wstring pack = FromHostPath(Widen(PACK_PROGRAM)),
+                       stamp = FromHostPath(Widen(STAMP_PROGRAM));
+    // As on a build machine: a path of the Unix world where there is one.
+    const std::wstring local = L"--check --product \"" + Widen(PRODUCTS_FOLDER) + L"/local\" ";
+    const std::tuple<std::wstring, const wchar_t*, int> calls[] = {
+        {pack, L"", 2},
+        {pack, L"--app none", 1},
+        {stamp, L"", 0},
+        {stamp, L"--out", 2},
+        {stamp, L"--colour blue", 2},
+        {stamp, L"--archive none.zip", 1},
+        {stamp, L"--set slug", 2},
+        {stamp, L"--set slug=a --set slug=x=y", 1},
+    };
+    for (const auto& [program, more, code] : calls)
+        EXPECT_EQ(ExitCodeOf(program, local + more), code) << Narrow(more);
+}
+
+TEST(Entries, Checks) {
+    // C:\Users\ 20 \AppData\Local\ is 44 long; then 9 \1.2.3.BKP\, or Temp\ 9 .TEMP\.
+    const std::wstring longest(259 - 44 - 9 - 11, L'n');
+    const AppEntry half = {L"a", false, false, 9, 1u << 30};
+    std::vector<AppEntry> many;
+    for (unsigned i = 0; i < 65535; ++i)
+        many.push_back({std::to_wstring(i)});
+    const struct {
+        std::vector<AppEntry> entries;
+        const char *start = "", *words = "";  // empty: fits
+        const char* version = "1.2.3";
+    } cases[] = {
+        {{{L"a", true}, {L"a/b.txt"}, {L"a/.hidden"}, {L"ä b"}, {longest}}},
+        {{{longest + L"n"}}, "error: nnn", "has 196 characters; expected at most 195"},
+        // A longer version takes more room than the unpacking folder.
+        {{{longest}}, "error: nnn", "expected at most 192", "10.20.30"},
+        {{{longest.substr(11), true}}, "error: nnn", "184 characters; expected at most 183"},
+        {{{L"a/CON"}}, "error: a/CON: ", "device"},
+        {{{L"l", false, true}}, "error: l: ", "is a link"},
+        {{{L"Ärger/a"}, {L"ärger/A"}}, "error: ärger/A: ", "the same to Windows as Ärger/a"},
+        {{{L"a", false, false, 0xFFFFFFFE, 5}}},
+        {{{L"a", false, false, 0xFFFFFFFF, 5}}, "error: a: ", "4 GiB"},
+        {{half, {L"b", false, false, 9, (1u << 30) - 200}}},
+        {{half, {L"b", false, false, 9, 1u << 30}}, "error: application: size: ", "about 2048 MiB"},
+        {many, "error: application: entries: ", "are 65535"},
+    };
+    for (const auto& [entries, start, words, version] : cases)
+        ExpectFinding(std::bind_front(CheckAppEntries, entries, L"Zwei Töne", version), start,
+                      words);
+}
+
+TEST(Lists, Manifest) {
+    const ArchiveOffer x64 = {"x64", "u64", "", "h64"}, ia32 = {"ia32", "u32", "v32", "h32"};
+    const std::string new64 = R"({"url":"u64","arch":"x64","hash":"h64"}])",
+                      new32 = R"({"url":"u32","altUrl":"v32","arch":"ia32","hash":"h32"})",
+                      old = R"({"arch":"x64","url":"old","altUrl":"old","hash":"old"})",
+                      other = R"([{"arch":"arm64","url":"z","note":1})";
+    const struct {
+        std::string version, windows;  // what is there; then what is made of it
+        std::vector<ArchiveOffer> offers;
+        std::string merged;
+        const char *start = "", *words = "";
+    } cases[] = {
+        {"1.2.3", "[]", {x64, ia32}, "[" + new32 + "," + new64},
+        {"1.2.3", other + "," + old + "]", {x64}, other + "," + new64},
+        {"1.2.2", other + "]", {x64}, "[" + new64},
+        {"1.10.0", "[]", {x64}, "[" + new64, "warning", "is 1.10.0 already"},
+        {"1.2.3", "\"x\"", {}, "[]", "error", "windows: expected an array"},
+        {"1.2.3", R"([{"arch":5}])", {}, "[]", "error", "windows: expected an array"},
+    };
+    for (const auto& [version, windows, offers, merged, start, words] : cases) {
+        using nlohmann::json;
+        // What a team added by hand stays with its version.
+        json expected = {{"version", "1.2.3"}, {"windows", json::parse(merged)}}, made;
+        if (version == "1.2.3" && *start == '\0')
+            expected["notes"] = 5;
+        const json there = {{"version", version}, {"notes", 5}, {"windows", json::parse(windows)}};
+        const auto check = [&](auto& found) {
+            made = json::parse(MergeManifest(there.dump(), "1.2.3", offers, found));
+        };
+        ExpectFinding(check, start, words);
+        EXPECT_EQ(made, expected);
+    }
+    ExpectFinding([](auto& found) { MergeManifest("{}", "1.2.3", {}, found); }, "error", "missing");
+}
+
+TEST(Lists, Checksums) {
+    const std::string a(64, 'a'), b(64, 'b'), c(64, 'c');
+    const auto isThere = [](const std::string& path) { return path != "gone"; };
+    Findings findings;
+    // An editor and a version control may leave line ends like this.
+    EXPECT_EQ(MergeChecksums(c + "  z y.exe\r\n" + b + " *m\n" + b + "  gone\n" + b + "  new",
+                             {{"new", a}, {"first/ä", c}}, isThere, findings),
+              c + "  first/ä\n" + b + "  m\n" + a + "  new\n" + c + "  z y.exe\n");
+    for (const auto& line : {a, a + "  ", a + " x", "x" + a + "  y", "A" + a.substr(1) + "  y"}) {
+        const auto check = [&](Findings& found) {
+            MergeChecksums(b + "  fine\n" + line + "\n", {}, isThere, found);
+        };
+        ExpectFinding(check, "error: SHA256SUMS: line 2: ", "expected 64 digits");
+    }
 }
 
 }  // namespace

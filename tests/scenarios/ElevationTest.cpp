@@ -1,153 +1,88 @@
 #include <windows.h>
 
-#include <algorithm>
-#include <utility>
+#include <gtest/gtest.h>
 
-#include "scenarios/OtherProgram.h"
-#include "scenarios/Scenario.h"
+#include "scenarios/ScenarioRow.h"
 
+// A process without administrator rights meets a file that another program has open: as a running
+// program's library, it can be read and not replaced.
 namespace {
 
-const std::wstring versionFolder = places.app + L"\\1.2.3";
-const std::wstring blockedFile = versionFolder + L"\\resources\\app\\main.js";
 constexpr int elevate = 1;
-constexpr wchar_t setupName[] = L"setup.exe";
 
-// A process without administrator rights meets a file that another program has open.
-class Elevation : public Scenario {
-  protected:
-    void SetUp() override {
-        Scenario::SetUp();
-        PublishVersion("1.2.3");
-        PutInstallation("1.2.3");
-        WriteFileText(versionFolder + L"\\added\\by.txt", "the user");
-        // As a running program's library: it can be read and not replaced.
-        holder = CreateFileW(blockedFile.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                             OPEN_EXISTING, 0, nullptr);
-        ASSERT_NE(holder, INVALID_HANDLE_VALUE);
-    }
-    void TearDown() override {
-        CloseHandle(holder);
-        Scenario::TearDown();
-    }
-    void Free() {
-        CloseHandle(std::exchange(holder, nullptr));
-    }
-
-  private:
-    HANDLE holder = nullptr;
-};
-
-constexpr std::size_t backupRow = 2;
-
-SetupCall PlainCall(const std::wstring& arguments) {
-    std::vector<InterceptionRow> rows = BlockedMove(versionFolder);
-    // Holds the process between the dialog's answer and its own end.
-    rows[backupRow] = HoldCall({"SHFileOperationW", L"delete " + versionFolder + L".BKP"});
-    return {.arguments = arguments, .interceptions = rows, .isPlainUser = true};
-}
-
-Box ReadElevationDialog(const SetupRun& run) {
-    const Box box = WaitForBox(run.process);
-    EXPECT_EQ(box.caption, ProductText("TextTitle"));
-    EXPECT_EQ(std::ranges::count(box.texts, ProductText("TextAccessBlocked")), 1);
-    Buttons buttons = box.buttons;
-    std::ranges::sort(buttons);
-    EXPECT_EQ(buttons, (Buttons{elevate, IDCANCEL, IDRETRY}));
-    EXPECT_TRUE(box.hasOwner);
-    EXPECT_EQ(WindowText(GetDlgItem(box.window, elevate)), ProductText("TextRetry"));
-    EXPECT_EQ(SendMessageW(box.window, DM_GETDEFID, 0, 0), MAKELRESULT(IDRETRY, DC_HASDEFID));
-    return box;
-}
-
-// Who holds the file open, as the report on the processes tells it.
-void ExpectHolderInReport() {
+// Who holds the file open stands in the report on open files.
+void FreeAfterTheReport(Stage& stage) {
     EXPECT_TRUE(WaitUntil([] { return !ReceivedReports().empty(); }));
-    const Lines reports = ReceivedReports();
-    ASSERT_FALSE(reports.empty());
-    EXPECT_TRUE(reports[0].starts_with(std::string(processReportHead) + " : "));
-    ExpectInOrder(reports[0],
-                  {"Opened files in [" + Narrow(places.app) + "]\n",
-                   "\n[" + std::to_string(GetCurrentProcessId()) + "] scenarios_life.exe (",
-                   "quorvane\\1.2.3\\resources\\app\\main.js]\n"});
+    stage.holders.clear();
 }
 
-// Answers the dialog; the run then stands before it deletes its backup.
-void AnswerDialog(SetupRun& run, int button) {
-    const Box box = ReadElevationDialog(run);
-    ExpectHolderInReport();
-    EXPECT_TRUE(WaitUntil([] { return RunningPrograms(setupName).size() == 1; }));
-    PressButton(box, button);
-    ASSERT_TRUE(run.interceptions.WaitUntilHeld(backupRow));
+// What the system shows of the dialog beside its buttons and text.
+void LookClosely(Stage& stage) {
+    const HWND dialog = stage.box.window;
+    EXPECT_EQ(WindowText(GetDlgItem(dialog, elevate)), ProductText("TextRetry"));
+    EXPECT_EQ(SendMessageW(dialog, DM_GETDEFID, 0, 0), MAKELRESULT(IDRETRY, DC_HASDEFID));
 }
+
+// The copy has been started, and the first process is about to end.
+void SeeCopyWait(Stage& stage) {
+    const DWORD first = stage.run->processId;
+    const ScenarioProcess copy(L"setup.exe", first);
+    EXPECT_TRUE(WaitUntil([&] { return copy.HasHandleOf(first); })) << "the copy does not wait";
+    stage.holders.clear();
+}
+
+constexpr int backupRow = 2;
+
+std::vector<ScenarioRow> Rows() {
+    std::vector<InterceptionRow> blocked = BlockedMove(L"{app}\\1.2.3");
+    // Holds the process between the dialog's answer and its own end.
+    blocked[backupRow] = HoldCall({"SHFileOperationW", L"delete {app}\\1.2.3.BKP"});
+    std::vector<InterceptionRow> refused = BlockedMove(L"{app}\\1.2.3");
+    refused.insert(refused.begin(), FailCall({"ShellExecuteExW", L""}, ERROR_CANCELLED));
+    const Step getRights = Answer("TextAccessBlocked", elevate);
+    std::vector<ScenarioRow> rows = {
+        {.name = "RetryAfterTheFileIsFreeGoesOn",
+         .steps = {goOn, Answer("TextAccessBlocked", IDRETRY, LookClosely),
+                   Answer("TextAccessBlocked", IDRETRY, FreeAfterTheReport)},
+         .after = "1.2.3",
+         .logged = {"Opened files in [{app}]\n",
+                    "\n[" + std::to_string(GetCurrentProcessId()) + "] scenarios_life.exe (",
+                    "quorvane\\1.2.3\\resources\\app\\main.js]\n"}},
+        {.name = "ThatIsRefusedEndsTheRunWithAReport",
+         .interceptions = refused,
+         .steps = {goOn, getRights, installFailed},
+         .left = {"temp\\Quorvane.TEMP\\=<samples\\full>"},
+         .errors = {"install | placing files | 9 version folder not placed | {temp}\\Quorvane.TEMP "
+                    "| {app}\\1.2.3"},
+         .counts = {1}},
+        {.name = "ByTheCopyTakesOverAfterTheFirstProcess",
+         .run = "--start-app-invisible --app-start-args \"a b\"",
+         .interceptions = blocked,
+         .steps = {goOn, getRights, AtHeldCall(backupRow, SeeCopyWait), goOn},
+         .after = "1.2.3",
+         .requests = Requests(
+             {{gotManifest, 1}, {"/app.zip 200", 1}, {gotManifest, 1}, {"/app.zip 200", 1}}),
+         .starts = "--install-app=\"setup\"  --startup-app a b --app-start-time=#"},
+        // The first process has used up the archive: the copy finds none.
+        {.name = "OfAnUpdateFromAnArchiveFails",
+         .files = {"temp\\update.zip=<www\\app.zip>"},
+         .run = "--update {temp}\\update.zip",
+         .interceptions = blocked,
+         .steps = {getRights, AtHeldCall(backupRow)},
+         .left = {"-temp\\update.zip", "temp\\Quorvane.TEMP\\=<samples\\full>"},
+         .errors = {"update | beginning | 12 update files missing | {temp}\\update.zip"}}};
+    for (ScenarioRow& row : rows) {
+        row.installed = "1.2.3";
+        row.files.push_back("app\\1.2.3\\added\\by.txt=the user");
+        row.inUse = {"app\\1.2.3\\resources\\app\\main.js"};
+        row.isPlainUser = true;
+        if (row.interceptions.empty()) {
+            row.interceptions = BlockedMove(L"{app}\\1.2.3");
+        }
+    }
+    return rows;
+}
+
+const int rows = AddScenarios("Elevation", Rows());
 
 }  // namespace
-
-TEST_F(Elevation, RetryAfterTheFileIsFreeGoesOn) {
-    SetupRun run(PlainCall(L""));
-    run.Answer("TextUpToDateContinue", IDOK);
-    PressButton(ReadElevationDialog(run), IDRETRY);
-    const Box again = ReadElevationDialog(run);
-    ExpectHolderInReport();
-    Free();
-    PressButton(again, IDRETRY);
-    ASSERT_TRUE(run.interceptions.WaitUntilHeld(backupRow));
-    run.interceptions.Release(backupRow);
-    run.Finish();
-    EXPECT_STATE(WithReport(StateAfterInstall("1.2.3")));
-    // One report on the processes, whatever the number of dialogs.
-    EXPECT_EQ(ReportHeads(), Lines{processReportHead});
-}
-
-TEST_F(Elevation, CancelEndsTheRunWithAReport) {
-    State expected = WithReport(TakeState());
-    AddUnpacked(expected);
-    SetupRun run(PlainCall(L""));
-    run.Answer("TextUpToDateContinue", IDOK);
-    AnswerDialog(run, IDCANCEL);
-    run.interceptions.Release(backupRow);
-    run.Finish({{"TextInstallFailed", IDOK}});
-    EXPECT_EQ(ReportHeads(),
-              (Lines{processReportHead, MoveFailure("Установка : Установка файлов...",
-                                                    places.extractFolder, versionFolder)}));
-    Free();
-    EXPECT_STATE(expected);
-}
-
-TEST_F(Elevation, TheElevatedCopyTakesOverAfterTheFirstProcess) {
-    SetupRun run(PlainCall(L"--start-app-invisible --app-start-args \"a b\""));
-    run.Answer("TextUpToDateContinue", IDOK);
-    AnswerDialog(run, elevate);
-    OtherProgram copy(setupName, run.processId);
-    EXPECT_EQ(copy.CommandLine(), L"\"" + GetPrepared().setup + L"\" --runas " +
-                                      std::to_wstring(run.processId) +
-                                      L" \"--start-app-invisible\" \"--app-start-args\" \"a b\"");
-    EXPECT_TRUE(WaitUntil([&] { return copy.HasHandleOf(run.processId); }))
-        << "the copy does not wait for the first process";
-    Free();
-    run.interceptions.Release(backupRow);
-    run.Finish();
-    copy.Finish({{"TextUpToDateContinue", IDOK}});
-    EXPECT_STATE(WithReport(StateAfterInstall("1.2.3")));
-    EXPECT_EQ(ReportHeads(), Lines{processReportHead});
-    const Lines calls = StarterCalls();
-    ASSERT_EQ(calls.size(), 1U);
-    EXPECT_NE(calls[0].find(" --startup-app a b --app-start-time="), std::string::npos) << calls[0];
-}
-
-// The first process has used up the archive: the copy finds none.
-TEST_F(Elevation, OfAnUpdateFromAnArchiveFails) {
-    const std::wstring archive = places.temp + L"\\update.zip";
-    CopyFileW((GetPrepared().folder + L"\\www\\app.zip").c_str(), archive.c_str(), FALSE);
-    SetupRun run(PlainCall(L"--update " + archive));
-    AnswerDialog(run, elevate);
-    OtherProgram copy(setupName, run.processId);
-    run.interceptions.Release(backupRow);
-    run.Finish();
-    copy.Finish();
-    EXPECT_EQ(ReportHeads(),
-              (Lines{processReportHead,
-                     "Обновление : Процесс обновления приложения... : Не указаны файлы обновления "
-                     "или они не существуют : " +
-                         Narrow(archive)}));
-}

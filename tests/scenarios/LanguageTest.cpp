@@ -1,46 +1,38 @@
-#include <windows.h>
+#include <gtest/gtest.h>
 
-#include "scenarios/OtherProgram.h"
-#include "scenarios/Scenario.h"
+#include "scenarios/ScenarioRow.h"
 
-using Language = Scenario;
-
+// The language of the user is that of the window and its question.
 namespace {
 
-constexpr std::pair<const char*, const char*> languages[] = {
-    {"ru_RU", "ru"}, {"en_US", "en"}, {"tr_TR", "tr"}, {"pt_BR", "pt"}, {"pt_PT", "pt"},
-    {"ko_KR", "ko"}, {"ja_JP", "ja"}, {"hi_IN", "hi"}, {"fr_FR", "fr"}, {"es_ES", "es"},
-    {"de_AT", "de"}, {"ar_SA", "ar"}, {"zh_CN", "zh"}, {"zh_TW", "zh"}, {"pl_PL", "en"}};
+constexpr std::pair<DWORD, const char*> languages[] = {
+    {0x0419, "ru"}, {0x0409, "en"}, {0x041F, "tr"}, {0x0416, "pt"}, {0x0816, "pt"},
+    {0x0412, "ko"}, {0x0411, "ja"}, {0x0439, "hi"}, {0x040C, "fr"}, {0x0C0A, "es"},
+    {0x0C07, "de"}, {0x0401, "ar"}, {0x0804, "zh"}, {0x0404, "zh"}, {0x0415, "en"}};
 
-// The environment of the machine below chooses the language, so the start goes through it.
-void StartIn(const std::string& locale) {
-    std::wstring line = L"Z:\\usr\\bin\\env -C /tmp LC_ALL=" + Widen(locale) + L".UTF-8 wine " +
-                        GetPrepared().setup;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    EXPECT_TRUE(CreateProcessW(L"Z:\\usr\\bin\\env", line.data(), nullptr, nullptr, FALSE, 0,
-                               nullptr, nullptr, &startup, &process))
-        << GetLastError();
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
+void LookAndClose(Stage& stage) {
+    const char* language = stage.row.language.c_str();
+    const HWND window = WaitForStatus(stage.run->process, "TextDownloading", language);
+    EXPECT_EQ(LabelTexts(window).at(1), ProductText("TextProductName", language));
+    EXPECT_EQ(WindowText(window), ProductText("TextTitle", language));
+    PostMessageW(window, WM_CLOSE, 0, 0);
 }
+
+std::vector<ScenarioRow> Rows() {
+    std::vector<ScenarioRow> rows;
+    for (const auto& [id, language] : languages) {
+        InterceptionRow question = SkipCall({"GetUserDefaultUILanguage", L""});
+        question.result = id;
+        rows.push_back({.name = std::to_string(id) + language,
+                        .faults = {{"/app.zip", "slow"}},
+                        .language = language,
+                        .interceptions = {question},
+                        .steps = {{.act = LookAndClose}, Answer("TextConfirmCancel", IDYES)},
+                        .requests = Requests({{gotManifest, 1}, {"/app.zip client-left", 1}})});
+    }
+    return rows;
+}
+
+const int rows = AddScenarios("Language", Rows());
 
 }  // namespace
-
-TEST_F(Language, OfTheUserIsThatOfTheWindowAndItsQuestion) {
-    PublishVersion("1.2.3");
-    AddFault("/app.zip", "slow", -1);
-    for (const auto& [locale, language] : languages) {
-        SCOPED_TRACE(locale);
-        StartIn(locale);
-        OtherProgram run(L"setup.exe");
-        const auto text = [&](const char* name) { return Narrow(ProductText(name, language)); };
-        const HWND window = WaitForStatus(run.process, "TextDownloading", language);
-        EXPECT_EQ(Narrow(LabelTexts(window).at(1)), text("TextProductName"));
-        EXPECT_EQ(Narrow(WindowText(window)), text("TextTitle"));
-        PostMessageW(window, WM_CLOSE, 0, 0);
-        AnswerBox(run.process, "TextConfirmCancel", IDYES, language);
-        run.Finish();
-    }
-}

@@ -4,134 +4,160 @@
 #include <shlobj.h>
 #include <stdlib.h>
 
-#include <algorithm>
+#include <filesystem>
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "support/Scratch.h"
 
 namespace {
 
+namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
-std::wstring KnownFolder(int folder) {
+std::string UserFolder(int folder) {
     wchar_t path[MAX_PATH] = L"";
     SHGetFolderPathW(nullptr, folder, nullptr, 0, path);
-    return path;
+    return Narrow(path);
 }
 
-std::wstring TempFolder() {
+std::string TempFolder() {
     wchar_t path[MAX_PATH + 1] = L"";
-    const DWORD length = GetTempPathW(MAX_PATH + 1, path);
-    return std::wstring(path, length == 0 ? 0 : length - 1);
+    GetTempPathW(MAX_PATH + 1, path);
+    return Narrow(fs::path(path).parent_path());
 }
 
-Prepared ReadPreparation() {
-    // A path of the machine itself is drive Z: of the prefix.
-    std::wstring folder = std::wstring(L"Z:") + _wgetenv(L"SCENARIOS_FOLDER");
-    std::replace(folder.begin(), folder.end(), L'/', L'\\');
-    return {folder,
-            folder + L"\\setup.exe",
-            folder + L"\\offline.exe",
-            folder + L"\\secure.exe",
-            _wtoi(_wgetenv(L"SCENARIOS_PORT")),
-            _wtoi(_wgetenv(L"SCENARIOS_HTTPS_PORT"))};
+// A path of the machine itself is drive Z: of the prefix.
+std::wstring WorkFolder() {
+    return fs::path(std::wstring(L"Z:") + _wgetenv(L"SCENARIOS_FOLDER")).make_preferred();
 }
 
 struct Product {
-    Json identity;
-    Json texts;
+    Json identity, texts;
+    Places places;
 };
 
-// The product, and behind it the second one where the run has made it.
-const std::vector<Product>& Products() {
-    static const std::vector<Product> products = [] {
-        std::vector<Product> found;
-        for (const wchar_t* name : {L"\\product\\", L"\\second-product\\"}) {
-            const std::wstring folder = GetPrepared().folder + name;
-            if (Exists(folder + L"product.json")) {
-                found.push_back({Json::parse(ReadFileText(folder + L"product.json")),
-                                 Json::parse(ReadFileText(folder + L"texts.json"))});
-            }
+void FindPlaces(const Json& identity, Places& places) {
+    const std::string name = identity.at("displayName"), work = Narrow(WorkFolder()),
+                      app = UserFolder(CSIDL_LOCAL_APPDATA) + "\\" + name,
+                      menu = UserFolder(CSIDL_PROGRAMS), temp = TempFolder(),
+                      port = getenv("SCENARIOS_PORT"), securePort = getenv("SCENARIOS_HTTPS_PORT");
+    places.name = name;
+    places.slug = identity.at("slug");
+    places.names = {
+        {"{app}", app},
+        {"{roaming}", UserFolder(CSIDL_APPDATA) + "\\" + name},
+        {"{menu}", menu},
+        {"{temp}", temp},
+        {"{starter}", app + "\\" + name + "Starter.exe"},
+        {"{uninstaller}", app + "\\uninstall.exe"},
+        {"{copy}", temp + "\\" + name + ".uninstall.exe"},
+        {"{shortcut}", menu + "\\" + name + ".lnk"},
+        {"{entry}", "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\" +
+                        identity.at("guid").get<std::string>()},
+        {"{work}", work},
+        {"{setup}", work + (places.mark.empty() ? "\\setup.exe" : "\\second-setup.exe")},
+        {"{offline}", work + "\\offline.exe"},
+        {"{secure}", work + "\\secure.exe"},
+        {"{server}", "http://127.0.0.1:" + port + "/"},
+        {"{secureServer}", "https://127.0.0.1:" + securePort + "/"},
+        {"{port}", port},
+        {"{name}", name},
+        {"{supportAddress}", identity.at("supportAddress")}};
+}
+
+std::vector<Product> ReadProducts() {
+    std::vector<Product> found;
+    for (const auto& [name, mark, serverPath] :
+         {std::tuple{L"product", "", ""}, {L"second-product", "second ", "/second"}}) {
+        const fs::path folder = fs::path(WorkFolder()) / name;
+        if (fs::exists(folder)) {
+            found.push_back({Json::parse(ReadFileText(folder / L"product.json")),
+                             Json::parse(ReadFileText(folder / L"texts.json")),
+                             {"", "", mark, serverPath, {}}});
+            FindPlaces(found.back().identity, found.back().places);
         }
-        return found;
-    }();
-    return products;
-}
-
-Places FindPlaces(const std::string& mark, const Product& product) {
-    Places places;
-    places.mark = mark;
-    places.name = Widen(product.identity.at("displayName"));
-    places.uninstallKey = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\" +
-                          Widen(product.identity.at("guid"));
-    places.app = KnownFolder(CSIDL_LOCAL_APPDATA) + L"\\" + places.name;
-    places.roaming = KnownFolder(CSIDL_APPDATA) + L"\\" + places.name;
-    places.menu = KnownFolder(CSIDL_PROGRAMS);
-    places.temp = TempFolder();
-    places.shortcut = places.menu + L"\\" + places.name + L".lnk";
-    places.starter = places.app + L"\\" + places.name + L"Starter.exe";
-    places.uninstaller = places.app + L"\\uninstall.exe";
-    places.versionFile = places.app + L"\\version";
-    places.extractFolder = places.temp + L"\\" + places.name + L".TEMP";
-    places.uninstallCopy = places.temp + L"\\" + places.name + L".uninstall.exe";
-    return places;
-}
-
-std::wstring TextOf(const Product& product, const char* name, const char* language) {
-    std::string text = product.texts.at(name).at(language);
-    const std::string mark = "{supportAddress}";
-    if (const std::size_t at = text.find(mark); at != std::string::npos) {
-        text.replace(at, mark.size(), product.identity.at("supportAddress"));
     }
-    return Widen(text);
+    return found;
+}
+
+std::vector<Product>& Products() {
+    static std::vector<Product> products = ReadProducts();
+    return products;
 }
 
 }  // namespace
 
-const Prepared& GetPrepared() {
-    static const Prepared prepared = ReadPreparation();
-    return prepared;
+std::size_t CountProducts() {
+    return Products().size();
 }
 
-std::wstring SampleFolder(const std::wstring& name) {
-    return GetPrepared().folder + L"\\samples\\" + name;
+const Places& GetPlaces(std::size_t product) {
+    return Products().at(product).places;
 }
 
-const std::vector<Places>& GetAllPlaces() {
-    static const std::vector<Places> all = [] {
-        std::vector<Places> found;
-        for (const Product& product : Products()) {
-            found.push_back(FindPlaces(found.empty() ? "" : "second ", product));
+std::string ExpandNames(std::string text, const Places& places) {
+    for (const auto& [name, value] : places.names) {
+        for (std::size_t at = 0; (at = text.find(name, at)) != std::string::npos;) {
+            text.replace(at, name.size(), value);
         }
-        return found;
-    }();
-    return all;
+    }
+    return text;
 }
 
-const Places& GetPlaces() {
-    return GetAllPlaces()[0];
+Lines Expanded(Lines lines, const Places& places) {
+    for (std::string& line : lines) {
+        line = ExpandNames(line, places);
+    }
+    return lines;
 }
 
-std::wstring ProductText(const char* name, const char* language) {
-    return TextOf(Products()[0], name, language);
+std::wstring PathOf(const std::string& place, const Places& places) {
+    const std::size_t end = std::min(place.find('\\'), place.size());
+    std::string path = ExpandNames("{" + place.substr(0, end) + "}", places);
+    EXPECT_NE(path[0], '{') << "no place " << place;
+    path += ExpandNames(place.substr(end), places);
+    return Widen(path.substr(0, path.find_last_not_of('\\') + 1));
 }
 
-std::wstring SecondProductText(const char* name) {
-    return TextOf(Products().at(1), name, "en");
+void SetText(HKEY root, const std::wstring& key, const wchar_t* name, const std::wstring& text) {
+    EXPECT_EQ(RegSetKeyValueW(root, key.c_str(), name, REG_SZ, text.c_str(),
+                              static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
+              ERROR_SUCCESS);
+}
+
+void MoveProfile(const std::wstring& folder) {
+    static const std::wstring firstTemp = Widen(TempFolder());
+    constexpr wchar_t key[] =
+        L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+    for (const wchar_t* name : {L"Local AppData", L"AppData", L"Programs"}) {
+        const std::wstring path = folder + L"\\" + name;
+        if (folder.empty()) {
+            RegDeleteKeyValueW(HKEY_CURRENT_USER, key, name);
+        } else {
+            fs::create_directories(path);
+            SetText(HKEY_CURRENT_USER, key, name, path);
+        }
+    }
+    const std::wstring temp = folder.empty() ? firstTemp : folder + L"\\Temp";
+    SetEnvironmentVariableW(L"TMP", temp.c_str());
+    SetEnvironmentVariableW(L"TEMP", temp.c_str());
+    for (Product& product : Products()) {
+        FindPlaces(product.identity, product.places);
+    }
+}
+
+std::wstring ProductText(const char* name, const std::string& language, std::size_t product) {
+    return Widen(
+        ExpandNames(Products().at(product).texts.at(name).at(language), GetPlaces(product)));
 }
 
 std::string Narrow(const std::wstring& text) {
-    std::string narrow(text.size() * 3, '\0');
-    narrow.resize(WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                      narrow.data(), static_cast<int>(narrow.size()), nullptr,
-                                      nullptr));
-    return narrow;
+    const std::u8string narrow = fs::path(text).u8string();
+    return {narrow.begin(), narrow.end()};
 }
 
 std::wstring Widen(const std::string& text) {
-    std::wstring wide(text.size(), L'\0');
-    wide.resize(MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                    wide.data(), static_cast<int>(wide.size())));
-    return wide;
+    return fs::path(std::u8string(text.begin(), text.end())).wstring();
 }

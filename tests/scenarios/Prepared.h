@@ -1,56 +1,56 @@
 #pragma once
 
-/// What tests/scenarios/run has made before the scenarios run, and where the product puts things.
-/// All paths are full Windows paths without a trailing backslash.
+/// What tests/scenarios/run has made before the scenarios run, and where the products put things.
 
+#include <windows.h>
+
+#include <map>
 #include <string>
 #include <vector>
 
-struct Prepared {
-    std::wstring folder;
-    std::wstring setup;         // the product's setup program, named setup.exe
-    std::wstring offlineSetup;  // the same with the archive of version 1.2.3 inside
-    std::wstring secureSetup;   // of a product whose addresses are those of the https port
-    int port;                   // of the product's server on 127.0.0.1
-    int securePort;             // the same with TLS
-};
-
-const Prepared& GetPrepared();
-
-/// The unpacked tree of an archive: "full" is that of app.zip, version 1.2.3; "former" is of
-/// another version, with other file times; "second-1.0.0" and "second-1.1.0" are what the kit
-/// packed of the second product.
-std::wstring SampleFolder(const std::wstring& name);
+using Lines = std::vector<std::string>;
 
 struct Places {
-    std::string mark;   // in front of the product's places in a State; empty for the product
-    std::wstring name;  // display name
-    std::wstring uninstallKey;  // below HKEY_CURRENT_USER
-    std::wstring app;           // the install folder
-    std::wstring roaming;       // the application's own data
-    std::wstring menu;          // the programs folder of the start menu
-    std::wstring temp;
-    std::wstring shortcut;
-    std::wstring starter;
-    std::wstring uninstaller;
-    std::wstring versionFile;
-    std::wstring extractFolder;
-    std::wstring uninstallCopy;  // of the uninstaller, which does the work
+    std::string name;        // display name
+    std::string slug;        // in lock names and temporary file names
+    std::string mark;        // in front of the product's places in a State; empty for the first one
+    std::string serverPath;  // in front of every path on the server
+    std::map<std::string, std::string> names;  // what ExpandNames replaces
 };
 
-/// Those of the product, and behind them those of the second product where the run has made one.
-const std::vector<Places>& GetAllPlaces();
-const Places& GetPlaces();
+/// One, or two where the run has made a second one.
+std::size_t CountProducts();
+const Places& GetPlaces(std::size_t product = 0);
 
-constexpr wchar_t appExeName[] = L"Quorvane.exe";
+/// The text with names in braces replaced by what they stand for:
+///   {app} {roaming} {menu} {temp}              folders, without a trailing backslash
+///   {starter} {uninstaller} {copy} {shortcut}  files; the copy is the uninstaller's
+///   {entry}                                    the uninstall key, below HKEY_CURRENT_USER
+///   {work} {setup} {offline} {secure}          the folder of `run`, and programs in it
+///   {server} {secureServer} {port}             addresses with a slash behind; the http port
+///   {name} {supportAddress}                    what the product's file says
+std::string ExpandNames(std::string text, const Places& places = GetPlaces());
+Lines Expanded(Lines lines, const Places& places);
+
+/// Full path of a place: a name of the above without braces, with what lies below it, such as
+/// "app\\version". A backslash at the end is left out.
+std::wstring PathOf(const std::string& place, const Places& places = GetPlaces());
+
+/// Sets a value of the registry.
+void SetText(HKEY root, const std::wstring& key, const wchar_t* name, const std::wstring& text);
+
+/// The user's folders and the one for temporary files lie below this folder from now on; with an
+/// empty one where they did at first.
+void MoveProfile(const std::wstring& folder);
+
+/// For MoveProfile.
+constexpr wchar_t userWithBlank[] = L"C:\\users\\\u0401\u0436 Petrov";
+
 constexpr wchar_t windowClassName[] = L"QuorvaneInstallerWindow";
 
-/// A text of the product's table, such as "TextTitle", in the language that the tests run in, or in
-/// another one of the table.
-std::wstring ProductText(const char* name, const char* language = "en");
-
-/// The same of the second product.
-std::wstring SecondProductText(const char* name);
+/// A text of a product's table, such as "TextTitle".
+std::wstring ProductText(const char* name, const std::string& language = "en",
+                         std::size_t product = 0);
 
 std::string Narrow(const std::wstring& text);
 std::wstring Widen(const std::string& text);

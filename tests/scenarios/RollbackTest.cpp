@@ -1,114 +1,122 @@
-#include <windows.h>
+#include "scenarios/ScenarioRow.h"
 
-#include <memory>
-
-#include "scenarios/Scenario.h"
-
-// Failures after the new version's folder is in place.
-using Rollback = Scenario;
-
+// Failures after the new version's folder is in place: the former folder and version come back.
 namespace {
 
-const State full = InstalledState("1.2.3");
-const std::wstring files = places.temp + L"\\new-files";
+constexpr char notCopied[] = "placing files | 8 file not copied | {app}\\1.2.3\\";
+constexpr char noVersion[] = "placing files | 17 version file not written | {app}\\version";
+constexpr char noEntry[] = "registering | 10 registry entry not written";
 
-constexpr DWORD diskFull = ERROR_DISK_FULL, denied = ERROR_ACCESS_DENIED;
+// What the run puts in place after the folder, and leaves, as far as it has come.
+const Lines placed = {"app\\QuorvaneStarter.exe=<samples\\full\\QuorvaneStarter.exe>",
+                      "app\\uninstall.exe=<samples\\full\\uninstall.exe>",
+                      "entry\\",
+                      "entry\\DisplayName=Quorvane",
+                      "entry\\DisplayVersion=1.2.3",
+                      "entry\\DisplayIcon={uninstaller}",
+                      "entry\\UninstallString={uninstaller}"};
 
-struct Fault {
-    std::wstring held;  // in use; the version file, which is read before, is read-only
-    InterceptionRow row;
-    std::string error;
-    std::vector<const char*> written;  // what the run has put in place by then and leaves
-};
+const struct Fault {
+    const char *name, *error;  // behind the operation
+    int placed;
+    const char* held;  // a place in use; or a call that fails:
+    CallChoice call;
+    DWORD code;
+} faults[] = {
+    {"StarterInUse", "QuorvaneStarter.exe", 0, "app\\QuorvaneStarter.exe", {}, 0},
+    {"UninstallerInUse", "uninstall.exe", 1, "app\\uninstall.exe", {}, 0},
+    {"VersionFileReadOnly", noVersion, 2, "app\\version", {}, 0},
+    {"DiskFullAtTheVersionFile", noVersion, 2, nullptr, {"WriteFile", L"", 1, 1}, ERROR_DISK_FULL},
+    {"NoUninstallKey", noEntry, 2, nullptr, {"RegCreateKeyExW", L"{"}, ERROR_ACCESS_DENIED},
+    {"NoPublisher", noEntry, 7, nullptr, {"RegSetValueExW", L"Publisher"}, ERROR_DISK_FULL}};
 
-std::string CopyError(const wchar_t* name) {
-    return "Ошибка копирования файлов в каталог программы : " +
-           Narrow(places.app + L"\\1.2.3\\" + name + L" : " + places.app + L"\\" + name);
-}
-
-constexpr char entryError[] = "Ошибка операций работы с реестром Windows";
-const std::string versionError =
-    "Ошибка сохранения текущей версии приложения : " + Narrow(places.versionFile);
-constexpr char starter[] = "app\\QuorvaneStarter.exe", uninstaller[] = "app\\uninstall.exe";
-
-const Fault faults[] = {
-    {places.starter, {}, CopyError(L"QuorvaneStarter.exe"), {}},
-    {places.uninstaller, {}, CopyError(L"uninstall.exe"), {starter}},
-    {places.versionFile, {}, versionError, {starter, uninstaller}},
-    {L"", FailCall({"WriteFile", L"", 1, 1}, diskFull), versionError, {starter, uninstaller}},
-    {L"", FailCall({"RegCreateKeyExW", L"{"}, denied), entryError, {starter, uninstaller}},
-    {L"",
-     FailCall({"RegSetValueExW", L"Publisher"}, diskFull),
-     entryError,
-     {starter, uninstaller, "entry\\", "entry\\DisplayName", "entry\\DisplayVersion",
-      "entry\\DisplayIcon", "entry\\UninstallString"}},
-};
-
-std::string Head(bool isUpdate, const Fault& fault) {
-    const char* const stages[] = {
-        "Установка : Установка файлов... : ", "Обновление : Установка приложения... : ",
-        "Установка : Регистрация Lumentra в реестре... : ",
-        "Обновление : Обновление ключей реестра... : "};
-    return stages[(fault.error == entryError ? 2 : 0) + isUpdate] + fault.error;
-}
-
-// The new folder stays unless it took the place of another one.
-State AfterRollback(const std::string& installed, const Fault& fault) {
-    State expected = WithReport(TakeState());
-    expected["app\\"] = folderMark;
-    if (installed != "1.2.3") {
-        AddTree(expected, "app\\1.2.3\\", SampleFolder(L"full"));
+ScenarioRow MakeRow(const Fault& fault, const std::string& installed, bool isUpdate) {
+    ScenarioRow row = {.name = fault.name + std::string(isUpdate ? "InUpdateOver" : "Over") +
+                               installed};
+    const std::string name = fault.error;
+    row.errors = {(isUpdate ? "update | " : "install | ") +
+                  (name.ends_with(".exe") ? notCopied + name + " | {app}\\" + name : name)};
+    row.interceptions = {SkipCall({"Sleep", L"100"})};
+    row.installed = installed;
+    if (!installed.empty()) {
+        row.files = {"app\\QuorvaneStarter.exe=of another version",
+                     "app\\uninstall.exe=of another version"};
     }
-    for (const char* place : fault.written) {
-        expected[place] = full.at(place);
-    }
-    return expected;
-}
-
-void RunWithFault(const std::string& installed, bool isUpdate, const Fault& fault) {
-    std::unique_ptr<HeldOpen> held;
-    SetupCall call = {.interceptions = {SkipCall({"Sleep", L"100"})}};
-    if (fault.held.empty()) {
-        call.interceptions.push_back(fault.row);
-    } else if (fault.held == places.versionFile) {
-        SetFileAttributesW(places.versionFile.c_str(), FILE_ATTRIBUTE_READONLY);
+    if (fault.held == nullptr) {
+        row.interceptions.push_back(FailCall(fault.call, fault.code));
+    } else if (name == noVersion) {
+        row.prepare = [](Stage&) {
+            SetFileAttributesW(PathOf("app\\version").c_str(), FILE_ATTRIBUTE_READONLY);
+        };
     } else {
-        held = std::make_unique<HeldOpen>(fault.held);
+        row.held = {fault.held};
     }
-    std::vector<BoxAnswer> boxes;
+    row.left.assign(placed.begin(), placed.begin() + fault.placed);
     if (isUpdate) {
-        CopyTree(SampleFolder(L"full"), files);
-        call.arguments = L"--update " + files;
-    } else if (installed == "1.2.3") {
-        boxes = {{"TextUpToDateContinue", IDOK}, {"TextInstallFailed", IDOK}};
+        row.files.push_back("temp\\new-files\\=<samples\\full>");
+        row.run = "--update {temp}\\new-files";
+        row.left.push_back("-temp\\new-files\\");
     } else {
-        boxes = {{"TextInstallFailed", IDOK}};
+        row.steps = {installFailed};
     }
-    EXPECT_EQ(RunInWindow(call, boxes), Head(isUpdate, fault));
+    if (installed != "1.2.3") {
+        // The new folder stays unless it took the place of another one.
+        row.left.insert(row.left.end(), {"app\\", "app\\1.2.3\\=<samples\\full>"});
+    } else if (!isUpdate) {
+        row.steps.insert(row.steps.begin(), goOn);
+    }
+    return row;
 }
 
-}  // namespace
-
-TEST_F(Rollback, BringsTheFormerFolderAndVersionBack) {
+std::vector<ScenarioRow> Rows() {
     const std::pair<const char*, bool> runs[] = {
         {"", false}, {"1.0.0", false}, {"1.2.3", false}, {"1.0.0", true}, {"1.2.3", true}};
-    for (const auto& [installed, isUpdate] : runs) {
-        for (const Fault& fault : faults) {
-            if (*installed == '\0' && !fault.held.empty()) {
-                continue;
+    std::vector<ScenarioRow> rows;
+    for (const Fault& fault : faults) {
+        for (const auto& [installed, isUpdate] : runs) {
+            if (*installed != '\0' || fault.held == nullptr) {
+                rows.push_back(MakeRow(fault, installed, isUpdate));
             }
-            SCOPED_TRACE(installed + (" " + Head(isUpdate, fault)));
-            SetUp();
-            PublishVersion("1.2.3");
-            if (*installed != '\0') {
-                PutInstallation(installed);
-                WriteFileText(places.starter, "the starter of another version");
-                WriteFileText(places.uninstaller, "the uninstaller of another version");
-            }
-            const State expected = AfterRollback(installed, fault);
-            RunWithFault(installed, isUpdate, fault);
-            EXPECT_STATE(expected);
-            EXPECT_TRUE(RunningPrograms(appExeName).empty());
         }
     }
+    return rows;
 }
+
+const int rows = AddScenarios("Rollback", Rows());
+
+// The step that puts the new folder in place, when a folder or a file is in use.
+constexpr char notPlaced[] = " | placing files | 9 version folder not placed | ";
+constexpr wchar_t unpacked[] = L"{temp}\\Quorvane.TEMP";
+
+const int swapRows = AddScenarios(
+    "FolderSwap",
+    {{.name = "RetryAfterABlockedMoveGoesOn",
+      .run = "--console",
+      .interceptions = BlockedMove(unpacked, 1),
+      .steps = {tryAgain},
+      .after = "1.2.3",
+      .counts = {6, 6}},
+     {.name = "CancelAfterABlockedMoveLeavesTheFormerVersion",
+      .installed = "1.0.0",
+      .interceptions = BlockedMove(unpacked),
+      .steps = {tryAgain, giveUp, installFailed},
+      .left = {"temp\\Quorvane.TEMP\\=<samples\\full>"},
+      .errors = {std::string("install") + notPlaced + "{temp}\\Quorvane.TEMP | {app}\\1.2.3"}},
+     // Its window is out of sight, its question is not.
+     {.name = "CancelOfAnUpdateBringsTheFormerFolderBack",
+      .installed = "1.2.3",
+      .files = {"temp\\new-files\\=<samples\\full>"},
+      .run = "--update {temp}\\new-files",
+      .interceptions = BlockedMove(L"{temp}\\new-files"),
+      .steps = {tryAgain, giveUp},
+      .errors = {std::string("update") + notPlaced + "{temp}\\new-files | {app}\\1.2.3"}},
+     {.name = "AFileThatCannotBeReadEndsTheBackupAndTheRun",
+      .installed = "1.2.3",
+      .files = {"app\\1.2.3.BKP\\old.txt=of an interrupted run"},
+      .held = {"app\\1.2.3\\syspin.exe"},
+      .interceptions = BlockedMove(L"{app}\\1.2.3"),
+      .steps = {goOn, giveUp, installFailed},
+      .left = {"-app\\1.2.3.BKP\\", "temp\\Quorvane.TEMP\\=<samples\\full>"},
+      .errors = {std::string("install") + notPlaced + "{app}\\1.2.3 | {app}\\1.2.3.BKP"}}});
+
+}  // namespace

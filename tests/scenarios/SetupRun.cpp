@@ -1,25 +1,23 @@
 #include "scenarios/SetupRun.h"
 
+#include <psapi.h>
+#include <strsafe.h>
+
 #include <algorithm>
+#include <span>
 
 #include <gtest/gtest.h>
 
-#include "scenarios/Prepared.h"
-#include "scenarios/Server.h"
-#include "support/Waiting.h"
+#include "scenarios/ScenarioRow.h"
 
 namespace {
 
 constexpr DWORD runBound = 60000;
 
-// The own token, or one for which the group of administrators counts for nothing but refusals.
-HANDLE MakeToken(bool isPlainUser) {
-    HANDLE own = nullptr;
-    HANDLE plain = nullptr;
+// One for which the group of administrators counts for nothing but refusals.
+HANDLE MakePlainToken() {
+    HANDLE own = nullptr, plain = nullptr;
     OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, &own);
-    if (!isPlainUser) {
-        return own;
-    }
     BYTE sid[SECURITY_MAX_SID_SIZE];
     DWORD size = sizeof sid;
     CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size);
@@ -29,23 +27,48 @@ HANDLE MakeToken(bool isPlainUser) {
     return plain;
 }
 
+// The row's, with the names in their texts replaced.
+std::vector<InterceptionRow> ExpandedInterceptions(const ScenarioRow& row) {
+    std::vector<InterceptionRow> interceptions = row.interceptions;
+    for (InterceptionRow& interception : interceptions) {
+        auto& text = interception.text;
+        const std::string expanded = ExpandNames(Narrow(text), GetPlaces(row.product));
+        EXPECT_HRESULT_SUCCEEDED(StringCchCopyW(text, std::size(text), Widen(expanded).c_str()));
+    }
+    return interceptions;
+}
+
+// All that run; the path is empty where nobody may ask for it.
+std::vector<RunningProgram> RunningPrograms() {
+    std::vector<RunningProgram> programs;
+    DWORD ids[1000], size = 0;
+    EnumProcesses(ids, sizeof ids, &size);
+    for (const DWORD id : std::span(ids, size / sizeof *ids)) {
+        const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id);
+        wchar_t path[MAX_PATH] = L"";
+        DWORD length = MAX_PATH;
+        QueryFullProcessImageNameW(process, 0, path, &length);
+        CloseHandle(process);
+        programs.push_back({id, path});
+    }
+    return programs;
+}
+
 }  // namespace
 
-SetupRun::SetupRun(SetupCall call) : interceptions(call.interceptions) {
-    if (call.program.empty()) {
-        call.program = GetPrepared().setup;
-    }
-    std::wstring line =
-        L"\"" + (call.commandName.empty() ? call.program : call.commandName) + L"\"";
-    line += call.arguments.empty() ? L"" : L" " + call.arguments;
+SetupRun::SetupRun(const ScenarioRow& row) : interceptions(ExpandedInterceptions(row)) {
+    // As the system starts uninstallers: what is registered has no quotes.
+    const std::string quote = row.program == "{uninstaller}" ? "" : "\"";
+    const std::string text = quote + row.program + quote + (row.run.empty() ? "" : " ") + row.run;
+    std::wstring line = Widen(ExpandNames(text, GetPlaces(row.product)));
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION created{};
-    const HANDLE token = MakeToken(call.isPlainUser);
-    const bool started = CreateProcessAsUserW(
-        token, call.program.c_str(), line.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED,
-        nullptr, call.startFolder.empty() ? nullptr : call.startFolder.c_str(), &startup, &created);
-    EXPECT_EQ(started ? 0 : GetLastError(), 0U) << "cannot start " << Narrow(call.program);
+    const HANDLE token = row.isPlainUser ? MakePlainToken() : nullptr;
+    const bool started =
+        CreateProcessAsUserW(token, nullptr, line.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED,
+                             nullptr, nullptr, &startup, &created);
+    EXPECT_EQ(started ? 0 : GetLastError(), 0U) << "cannot start " << text;
     CloseHandle(token);
     process = created.hProcess;
     processId = created.dwProcessId;
@@ -59,7 +82,6 @@ SetupRun::~SetupRun() {
     if (process != nullptr && WaitForSingleObject(process, 0) == WAIT_TIMEOUT) {
         ADD_FAILURE() << "the program still runs";
         TerminateProcess(process, 1);
-        WaitForSingleObject(process, runBound);
     }
 }
 
@@ -75,27 +97,33 @@ int ScenarioProcess::WaitForEnd() {
     return static_cast<int>(exitCode);
 }
 
-void ScenarioProcess::Answer(const char* text, int button) {
-    AnswerBox(process, text, button);
+ScenarioProcess::ScenarioProcess(const std::wstring& exeName, DWORD except) {
+    EXPECT_TRUE(WaitUntil([&] {
+        for (const RunningProgram& program : ListPrograms(exeName)) {
+            if (program.processId != except) {
+                processId = program.processId;
+                process = OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId);
+            }
+        }
+        return process != nullptr;
+    })) << "no other "
+        << Narrow(exeName) << " runs";
 }
 
-void ScenarioProcess::Finish(const std::vector<BoxAnswer>& answers) {
-    for (const auto& [text, button] : answers) {
-        Answer(text, button);
+bool ScenarioProcess::HasHandleOf(DWORD otherId) const {
+    bool found = false;
+    // Handles are multiples of four, the first ones low.
+    for (ULONG_PTR value = 4; value < 0x1000 && !found; value += 4) {
+        HANDLE copy = nullptr;
+        DuplicateHandle(process, reinterpret_cast<HANDLE>(value), GetCurrentProcess(), &copy,
+                        PROCESS_QUERY_LIMITED_INFORMATION, FALSE, 0);
+        found = copy != nullptr && GetProcessId(copy) == otherId;
+        CloseHandle(copy);
     }
-    EXPECT_EQ(WaitForEnd(), 0);
+    return found;
 }
 
-void AnswerBox(HANDLE process, const char* text, int button, const char* language) {
-    const Box box = WaitForBox(process);
-    ASSERT_TRUE(box) << "no box " << text;
-    EXPECT_EQ(Narrow(box.caption), Narrow(ProductText("TextTitle", language)));
-    ASSERT_FALSE(box.texts.empty()) << "no text in the box " << text;
-    EXPECT_EQ(Narrow(box.texts.back()), Narrow(ProductText(text, language)));
-    EXPECT_TRUE(PressButton(box, button)) << "cannot press " << button << " of " << text;
-}
-
-HWND WaitForStatus(HANDLE process, const char* text, const char* language) {
+HWND WaitForStatus(HANDLE process, const char* text, const std::string& language) {
     const HWND window = WaitForWindow(process, windowClassName);
     EXPECT_TRUE(WaitUntil([&] {
         // None before the window has its labels.
@@ -114,50 +142,64 @@ void ExpectCloseIgnored(HWND window) {
     EXPECT_TRUE(IsWindow(window));
 }
 
-int RunSetup(const std::wstring& arguments) {
-    return SetupRun(arguments).WaitForEnd();
-}
-
-std::string RunInWindow(const SetupCall& call, const std::vector<BoxAnswer>& answers) {
-    SetupRun(call).Finish(answers);
-    std::vector<std::string> heads = ReportHeads();
-    std::erase(heads, processReportHead);
-    EXPECT_LE(heads.size(), 1U) << "more than one report on one run";
-    return heads.empty() ? "" : heads.back();
-}
-
-std::string RunFailing(const SetupCall& call) {
-    return RunInWindow(call, {{"TextInstallFailed", IDOK}});
-}
-
-SetupCall UninstallCopy(const std::vector<InterceptionRow>& interceptions) {
-    const std::wstring& copy = GetPlaces().uninstallCopy;
-    CopyFileW(GetPrepared().setup.c_str(), copy.c_str(), FALSE);
-    return {.arguments = L"--uninstall", .interceptions = interceptions, .program = copy};
-}
-
-std::vector<std::string> ReportHeads() {
-    std::vector<std::string> heads;
-    for (const std::string& report : ReceivedReports()) {
-        const std::string head = report.substr(0, report.find(" // local time: "));
-        // Behind the last colon stands the system's text of the error.
-        heads.push_back(head.substr(0, std::min(head.size(), head.rfind(" : "))));
-    }
-    return heads;
+int RunSetup(const std::string& arguments, const std::string& program) {
+    return SetupRun({.run = arguments, .program = program}).WaitForEnd();
 }
 
 std::vector<InterceptionRow> BlockedMove(const std::wstring& from, LONG passes) {
-    const auto times = [passes](LONG count) {
-        return passes == everyCall ? everyCall : passes * count;
-    };
-    return {
-        FailCall({"MoveFileExW", from + L" > ", 1, times(5)}, ERROR_SHARING_VIOLATION),
-        FailCall({"SHFileOperationW", L"move " + from + L" > ", 1, times(6)}, ERROR_ACCESS_DENIED),
-        // Not the later ones, in which the run waits for the application.
-        SkipCall({"Sleep", L"100", 1, times(9)})};
+    return {FailCall({"MoveFileExW", from + L" > ", 1, passes * 5}, ERROR_SHARING_VIOLATION),
+            FailCall({"SHFileOperationW", L"move " + from + L" > ", 1, passes * 6},
+                     ERROR_ACCESS_DENIED),
+            // Not the later ones, in which the run waits for the application.
+            SkipCall({"Sleep", L"100", 1, passes * 9})};
 }
 
-std::string MoveFailure(const std::string& stage, const std::wstring& from,
-                        const std::wstring& to) {
-    return stage + " : Ошибка переноса каталога программы : " + Narrow(from + L" : " + to);
+std::vector<RunningProgram> ListPrograms(const std::wstring& exeName) {
+    std::vector<RunningProgram> programs = RunningPrograms();
+    std::erase_if(programs, [&](const RunningProgram& program) {
+        return !program.path.ends_with(L"\\" + exeName);
+    });
+    return programs;
+}
+
+bool IsBelow(const std::wstring& path, const std::wstring& folder) {
+    return path.size() > folder.size() && path[folder.size()] == L'\\' &&
+           _wcsnicmp(path.c_str(), folder.c_str(), folder.size()) == 0;
+}
+
+std::vector<RunningProgram> OwnPrograms() {
+    std::vector<RunningProgram> own = RunningPrograms();
+    std::erase_if(own, [](const RunningProgram& program) {
+        return program.processId == GetCurrentProcessId() ||
+               !(program.path.ends_with(L"\\cmd.exe") || IsBelow(program.path, L"C:\\users") ||
+                 IsBelow(program.path, PathOf("work")));
+    });
+    return own;
+}
+
+bool AllRun(const std::vector<RunningProgram>& programs) {
+    const std::vector<RunningProgram> running = OwnPrograms();
+    return std::ranges::all_of(programs, [&](const RunningProgram& program) {
+        return std::ranges::count(running, program) == 1;
+    });
+}
+
+void StartApplication(const Places& places) {
+    EXPECT_EQ(RunSetup("", Narrow(PathOf("starter", places))), 0);
+    const std::wstring name = Widen(places.name) + L".exe";
+    EXPECT_TRUE(WaitUntil([&] { return ListPrograms(name).size() == 5; }))
+        << "the application does not start";
+}
+
+void EndPrograms() {
+    // Again while there were some, since they may have started others meanwhile.
+    for (int round = 0; round < 10 && !OwnPrograms().empty(); ++round) {
+        for (const RunningProgram& program : OwnPrograms()) {
+            const HANDLE process =
+                OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, program.processId);
+            TerminateProcess(process, 1);
+            WaitForSingleObject(process, 10000);
+            CloseHandle(process);
+        }
+    }
 }

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Waiting.h"
+#include "driver/Waiting.h"
 
 namespace {
 
@@ -30,8 +30,7 @@ constexpr KnownFunction knownFunctions[] = {
     {"CreateProcessW", 10, 1, L"%s", 0},
     {"CreateThread", 6, 0, L"", 0},
     {"CreateWindowExW", 12, 0, L"", 0},
-    {"GetTempPathW", 2, 0, L"", 0},
-    {"LoadResource", 2, 0, L"", 0},
+    {"GetUserDefaultUILanguage", 0, 0, L"", 0},
     {"MoveFileExW", 3, 0, L"%s > %s", 0},
     {"RegCreateKeyExW", 9, 1, L"%s", theError},
     {"RegSetValueExW", 6, 1, L"%s", theError},
@@ -111,33 +110,26 @@ Interceptions::~Interceptions() {
             row.released = everyCall;
         }
         UnmapViewOfFile(table);
-    }
-    if (mapping != nullptr) {
         CloseHandle(mapping);
     }
 }
 
-bool Interceptions::Share(DWORD processId) {
-    wchar_t name[80];
-    StringCchPrintfW(name, 80, interceptionTableName, processId);
-    mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
-                                 sizeof(InterceptionTable), name);
-    table = static_cast<InterceptionTable*>(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 0));
-    if (table == nullptr || rows.size() > InterceptionTable::capacity) {
-        return false;
-    }
-    table->count = static_cast<LONG>(rows.size());
-    std::ranges::copy(rows, table->rows);
-    return true;
-}
-
 void Interceptions::Attach(const PROCESS_INFORMATION& suspended) {
     process = suspended.hProcess;
-    const bool queued =
-        rows.empty() || (Share(suspended.dwProcessId) && QueueLoadOfAgent(suspended));
+    if (!rows.empty()) {
+        wchar_t name[80];
+        StringCchPrintfW(name, 80, interceptionTableName, suspended.dwProcessId);
+        mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
+                                     sizeof *table, name);
+        table = static_cast<InterceptionTable*>(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 0));
+        ASSERT_TRUE(table != nullptr && rows.size() <= InterceptionTable::capacity);
+        table->count = static_cast<LONG>(rows.size());
+        std::ranges::copy(rows, table->rows);
+        EXPECT_TRUE(QueueLoadOfAgent(suspended));
+    }
     ResumeThread(suspended.hThread);
-    const auto isInForce = [&] { return table->patched == table->count; };
-    EXPECT_TRUE(queued && (rows.empty() || WaitUntil(isInForce, 20000, process)))
+    EXPECT_TRUE(rows.empty() ||
+                WaitUntil([&] { return table->patched == table->count; }, 20000, process))
         << "the program's calls could not be intercepted";
 }
 

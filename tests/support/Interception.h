@@ -9,14 +9,44 @@
 #include <string>
 #include <vector>
 
-#include "support/InterceptionTable.h"
+/// What the test and the agent in the program under test share: a named file mapping that the test
+/// fills before the program's first instruction.
+struct InterceptionRow {
+    char function[48];
+    wchar_t text[200];      // calls whose text holds this, all when empty
+    wchar_t textFormat[8];  // makes a call's text of two arguments, the first of them this one:
+    LONG textArgument;
+    LONG argumentCount;
+    LONG firstCall;  // counted among those that fit, from 1
+    LONG lastCall;
+    LONG holds;    // wait for the driver, then go on; otherwise: return `result` with `lastError`
+    DWORD result;  // what the call returns
+    DWORD lastError;
+    volatile LONG calls;     // that fitted so far
+    volatile LONG held;      // calls that came to wait so far
+    volatile LONG released;  // how many of them may go on
+};
+
+/// As textArgument: "copy from > to" of SHFileOperationW; or "move", "delete".
+constexpr LONG fileOperation = -1;
+
+struct InterceptionTable {
+    static constexpr LONG capacity = 16;
+    LONG count;
+    volatile LONG patched;  // rows that the agent has put in force
+    InterceptionRow rows[capacity];
+};
+
+/// Format with a process id: the mapping.
+constexpr wchar_t interceptionTableName[] = L"SetupTest.interceptions.%lu";
 
 constexpr LONG everyCall = LONG_MAX;
 
-/// Which calls: those of this function whose text holds `text`, from firstCall on, callCount of
-/// them. What a call's text is stands in the table in Interception.cpp: for file functions the
-/// paths ("from > to"), for SHFileOperationW "move from > to", for RegSetValueExW the value's name,
-/// for CreateProcessW the command line, for Sleep and WaitForSingleObject the milliseconds.
+/// Which calls: those of this function whose text holds `text` (numbers: is), from firstCall on,
+/// callCount of them. What a call's text is stands in the table in Interception.cpp: for file
+/// functions the paths ("from > to"), for SHFileOperationW "move from > to", for RegSetValueExW the
+/// value's name, for CreateProcessW the command line, for Sleep and WaitForSingleObject the
+/// milliseconds.
 struct CallChoice {
     const char* function;
     std::wstring text;
@@ -56,8 +86,6 @@ class Interceptions {
     void Release(std::size_t index);
 
   private:
-    bool Share(DWORD processId);
-
     std::vector<InterceptionRow> rows;
     HANDLE process = nullptr;
     HANDLE mapping = nullptr;

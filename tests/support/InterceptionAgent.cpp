@@ -7,8 +7,8 @@
 #include <string.h>
 #include <wchar.h>
 
-#include "support/ImportSlot.h"
-#include "support/InterceptionTable.h"
+#include "preview/ImportSlot.h"
+#include "support/Interception.h"
 
 namespace {
 
@@ -30,6 +30,14 @@ void DescribeCall(const InterceptionRow& row, const DWORD* arguments, wchar_t* t
     StringCchPrintfW(text, textLength, row.textFormat, arguments[0], arguments[1]);
 }
 
+// Numbers are compared as a whole: 100 is no part of 1000.
+bool Fits(const InterceptionRow& row, const wchar_t* text) {
+    // Wine's wcsstr finds nothing in an empty text, not even another one.
+    return *row.text == L'\0' ||
+           (wcscmp(row.textFormat, L"%lu") == 0 ? wcscmp(text, row.text) == 0
+                                                : wcsstr(text, row.text) != nullptr);
+}
+
 /// Called at the entry of an intercepted call, with the stack as the call left it: the return
 /// address, then the arguments. True: the call ends here, with the row's result.
 BOOL __stdcall EndsHere(InterceptionRow* row, const DWORD* stack) {
@@ -37,8 +45,7 @@ BOOL __stdcall EndsHere(InterceptionRow* row, const DWORD* stack) {
     wchar_t text[textLength];
     DescribeCall(*row, stack + 1, text);
     bool ends = false;
-    // Wine's wcsstr finds nothing in an empty text, not even another one.
-    if (*row->text == L'\0' || wcsstr(text, row->text) != nullptr) {
+    if (Fits(*row, text)) {
         const LONG call = InterlockedIncrement(&row->calls);
         const bool isMeant = call >= row->firstCall && call <= row->lastCall;
         ends = isMeant && !row->holds;
@@ -82,7 +89,7 @@ void PutTableInForce() {
                                         MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE));
     for (LONG i = 0; table != nullptr && i < table->count; ++i, ++gate) {
         InterceptionRow& row = table->rows[i];
-        if (FARPROC* slot = FindImportSlot(nullptr, row.function)) {
+        if (FARPROC* slot = FindImportSlot(row.function)) {
             *gate = {.row = &row,
                      .result = row.result,
                      .argumentBytes = static_cast<WORD>(row.argumentCount * sizeof(DWORD)),

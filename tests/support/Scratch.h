@@ -2,7 +2,11 @@
 
 #include <windows.h>
 
+#include <memory>
 #include <string>
+#include <vector>
+
+#include "driver/Waiting.h"
 
 /// A folder of one test's own below the current directory, with a short name and no blank; removed
 /// with everything in it at the end.
@@ -31,16 +35,22 @@ bool Exists(const std::wstring& path);
 /// its target is not entered.
 void RemoveTree(const std::wstring& path);
 
-/// Holds a file open with no sharing, or a folder so that it can be neither renamed nor deleted.
+/// Holds a file open with no sharing.
 class HeldOpen {
   public:
     explicit HeldOpen(const std::wstring& path);
-    ~HeldOpen();
-    HeldOpen(const HeldOpen&) = delete;
-    HeldOpen& operator=(const HeldOpen&) = delete;
 
   private:
-    HANDLE handle;
+    std::shared_ptr<void> handle;
+};
+
+/// Moves the folder for temporary files for one scope. The path need not exist.
+class TempVariable {
+  public:
+    explicit TempVariable(const std::wstring& folder);
+
+  private:
+    std::shared_ptr<void> restore;
 };
 
 /// What was logged since this object was made.
@@ -50,23 +60,17 @@ class LogCapture {
 
     /// Lines "LEVEL source message", without the time stamps, each ended by a line feed.
     std::wstring Lines() const;
+    int Count(const std::wstring& part) const;
     bool Has(const std::wstring& part) const {
         return Count(part) != 0;
     }
-    int Count(const std::wstring& part) const;
 
   private:
     std::size_t start;
 };
 
-/// A key of the test's own stands for HKEY_CURRENT_USER until the end of the scope.
-class RedirectedRegistry {
-  public:
-    RedirectedRegistry();
-    ~RedirectedRegistry();
-    RedirectedRegistry(const RedirectedRegistry&) = delete;
-    RedirectedRegistry& operator=(const RedirectedRegistry&) = delete;
-
-  private:
-    HKEY key = nullptr;
-};
+/// Fills one of the product's path buffers.
+template <std::size_t length>
+void SetPath(wchar_t (&buffer)[length], const std::wstring& path) {
+    buffer[path.copy(buffer, length - 1)] = L'\0';
+}

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string>
+
+/// Empty when the text is empty or cannot be converted.
+std::string ToUtf8(const std::wstring& text);
