@@ -47,6 +47,10 @@ int AskThrough(HWND window, DialogRequest* request, HANDLE event) {
         // Ahead of the look: an answer that comes in between sets it again.
         ResetEvent(event);
     } while (!request->isAnswered);
+    // Another program's set may have come between the two steps of the window's thread.
+    while (!request->isReleased) {
+        SwitchToThread();
+    }
     Release(request, event);
     return dialogResult;
 }

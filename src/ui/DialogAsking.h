@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 /// What a worker thread asks the window's thread to show. Owned by the asking thread, which waits
 /// for the answer; when it cannot wait, the record stays.
 struct DialogRequest {
@@ -12,7 +14,9 @@ struct DialogRequest {
     UINT flags;
     /// The window's thread sets it behind `dialogResult` and before the event: another program that
     /// knows the event's name can set that too.
-    bool isAnswered = false;
+    std::atomic<bool> isAnswered = false;
+    /// Set behind the event: the window's thread is done with both, which may go.
+    std::atomic<bool> isReleased = false;
 };
 
 /// Posted to the main window: wParam is the event to set when the answer is there, lParam points at

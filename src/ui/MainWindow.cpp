@@ -159,6 +159,7 @@ void HandleDialogRequest(HWND window, WPARAM wParam, LPARAM lParam) {
     dialogResult = AnswerDialogRequest(window, *request);
     request->isAnswered = true;
     SetEvent(reinterpret_cast<HANDLE>(wParam));
+    request->isReleased = true;
 }
 
 LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
