@@ -14,7 +14,7 @@
 //   drive_windows EXE press ID        waits for a box and presses the button
 //   drive_windows EXE close           asks the main window to close
 //   drive_windows EXE end             waits until no process of that name runs
-//   drive_windows hold PATH           holds a file or folder open until it is ended
+//   drive_windows hold PATH ...       holds files, unshared, and folders open until it is ended
 //   drive_windows plain PROGRAM ...   starts a program without administrator rights, does not wait
 //
 // EXE is a file name. Exit code 0; 1 when a wait of 30 seconds was in vain; 2 for a wrong call.
@@ -61,13 +61,18 @@ bool PrintBox(const Box& box) {
     return bool(box);
 }
 
-bool Hold(const wchar_t* path) {
-    // cppcheck-suppress leakReturnValNotUsed ; held until this process is ended
-    if (CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                    FILE_FLAG_BACKUP_SEMANTICS, nullptr) != INVALID_HANDLE_VALUE) {
-        Sleep(INFINITE);
+bool Hold(int count, wchar_t** paths) {
+    for (int index = 0; index < count; ++index) {
+        const bool isFolder = GetFileAttributesW(paths[index]) & FILE_ATTRIBUTE_DIRECTORY;
+        // cppcheck-suppress leakReturnValNotUsed ; held until this process is ended
+        if (CreateFileW(paths[index], GENERIC_READ,
+                        isFolder ? FILE_SHARE_READ | FILE_SHARE_WRITE : 0, nullptr, OPEN_EXISTING,
+                        FILE_FLAG_BACKUP_SEMANTICS, nullptr) == INVALID_HANDLE_VALUE) {
+            return false;
+        }
     }
-    return false;
+    Sleep(INFINITE);
+    return true;
 }
 
 bool StartPlain(int count, wchar_t** arguments) {
@@ -101,7 +106,7 @@ int wmain(int argc, wchar_t** argv) {
     const int number = argc > 3 ? _wtoi(argv[3]) : -1;
     bool done = false;
     if (exeName == L"hold") {
-        done = Hold(argv[2]);
+        done = Hold(argc - 2, argv + 2);
     } else if (exeName == L"plain") {
         done = StartPlain(argc - 2, argv + 2);
     } else if (action == L"bar" && number >= 0) {
