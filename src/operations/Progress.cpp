@@ -39,18 +39,6 @@ const wchar_t* FailureText(int code) {
     }
 }
 
-// A thread that is ended inside a heap takes the heap's lock with it, and the next thread that
-// needs the heap waits for ever. Nobody unlocks them: that would wake the ended thread if it was
-// waiting for one.
-void LockHeaps() {
-    constexpr DWORD most = 128;
-    HANDLE heaps[most];
-    const DWORD count = GetProcessHeaps(most, heaps);
-    for (DWORD index = 0; index < count && index < most; ++index) {
-        HeapLock(heaps[index]);
-    }
-}
-
 }  // namespace
 
 CProgressObject& progressObject = *new CProgressObject;
@@ -84,7 +72,6 @@ bool CProgressObject::IsWorkerFinished() const {
 
 void CProgressObject::TerminateWorker() {
     if (!IsWorkerFinished()) {
-        LockHeaps();
         TerminateThread(workerThread, 0);
         workerThread = nullptr;
     }

@@ -62,9 +62,8 @@ class CProgressObject : public IBindStatusCallback {
     /// True when no worker thread was started, it was ended, or it has ended by itself.
     bool IsWorkerFinished() const;
 
-    /// Stops a worker thread that still runs, wherever it is. The heaps are the calling thread's
-    /// alone from then on, and other locks may be lost: it has to end the process soon, in a way
-    /// that runs no code of the libraries.
+    /// Stops a worker thread that still runs, wherever it is. What it had locked stays locked: the
+    /// caller ends the process next, in a way that runs no code of the libraries.
     void TerminateWorker();
 
     /// The operations: plain sequences of steps that end at the first failure and have no result

@@ -86,8 +86,13 @@ void SelfDelete(const wchar_t* path) {
             SHRemoveObject(scriptPath, false);
             return;
         }
-        FormatArguments(plain.name, arguments);
+        // The script's current folder is another one where the folder is a server's.
+        if (!IsPlain(plain.path) || FAILED(FormatArguments(plain.path, arguments))) {
+            FormatArguments(plain.name, arguments);
+        }
     }
+    // Or the command processor would look for the script's programs beside the script first.
+    SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", L"1");
     // A script named C:\A B\x.cmd would empty the folder C:\A.
     if (ExecuteApp(IsPlain(scriptPath) ? scriptPath : scriptHere, arguments, CREATE_NO_WINDOW,
                    false) < 0 &&

@@ -69,6 +69,8 @@ void StartWorker(HWND window) {
     if (state.progress->workerThread != nullptr) {
         return;
     }
+    // Nothing is left to cancel behind the box.
+    state.operationEnded = true;
     state.errorReport->Send(nullptr);
     KillTimer(window, tickTimer);
     ShowFailure(window, state.progress->operation);
@@ -134,8 +136,8 @@ void HandleClose(HWND window) {
         if (MessageBoxW(window, GetString(TextConfirmCancel), GetString(TextTitle),
                         MB_YESNO | MB_ICONQUESTION) == IDYES) {
             state.progress->TerminateWorker();
-            DestroyWindow(window);
-            // Nothing is left to do, and an orderly end could wait for a lock of the ended worker.
+            // The window goes with it. Whatever else came first could wait for ever, unseen, for a
+            // lock that the ended worker held, such as that of a heap or of the loader.
             TerminateProcess(GetCurrentProcess(), 0);
         }
     } else if (isInstall && stage == StageInstalled) {

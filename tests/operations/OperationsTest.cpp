@@ -1,6 +1,3 @@
-#include <atomic>
-#include <thread>
-
 #include "base/PathBuffers.h"
 #include "operations/AppControl.h"
 #include "operations/DownloadArchive.h"
@@ -17,31 +14,6 @@ TEST(ComposeInstallFlag, FitsIntoItsBuffer) {
     }
     EXPECT_TRUE(ComposeInstallFlag(L"", true, flag));
     EXPECT_EQ(flag, L"--install-app --is-offline-install");
-}
-
-static const HANDLE heap = HeapCreate(0, 0, 0);
-static std::atomic<int> passes, ends;
-
-static DWORD WINAPI UseHeap(void*) {
-    for (;; HeapUnlock(heap)) {
-        HeapLock(heap);
-        ++passes;
-        Sleep(1);
-    }
-}
-
-TEST(TerminateWorker, LeavesTheHeapsUsable) {
-    const Replaced heaps =
-        Replace(GetProcessHeaps, [](auto, DWORD, HANDLE* list) { return *list = heap, DWORD{1}; });
-    static CProgressObject progress;
-    progress.workerThread = CreateThread(nullptr, 0, UseHeap, nullptr, 0, nullptr);
-    EXPECT_TRUE(WaitUntil([] { return passes != 0; }));
-    // Where the lock is lost, this thread stays.
-    std::thread([] {
-        progress.TerminateWorker();
-        ends += HeapLock(heap);
-    }).detach();
-    EXPECT_TRUE(WaitUntil([] { return ends != 0; }, 5000));
 }
 
 TEST(DownloadPosition, GoesFrom5To70) {

@@ -51,6 +51,9 @@ TEST(MainWindow, IsABorderlessPictureWithThreeControlsAndActsOnceOnTheEnd) {
     const TempVariable temp(scratch.path);
     int boxes = 0;
     const Replaced box = Replace(MessageBoxW, [&](auto, auto, auto, auto, UINT flags) {
+        if (flags & MB_YESNO) {
+            return IDYES;
+        }
         EXPECT_EQ(flags, UINT{MB_ICONERROR});
         ++boxes;
         // A tick that was already on its way, and the user's impatience.
@@ -73,6 +76,17 @@ TEST(MainWindow, IsABorderlessPictureWithThreeControlsAndActsOnceOnTheEnd) {
         SendMessageW(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&sizes));
         EXPECT_TRUE(sizes.ptMinTrackSize.x == 500 && sizes.ptMaxTrackSize.y == 254);
         SendMessageW(window, WM_USER, 0, 0);
+        std::string calls;
+        {
+            const Replaced thread =
+                Replace(TerminateThread, [&](auto, auto...) { return calls += "thread ", TRUE; });
+            const Replaced destroy =
+                Replace(DestroyWindow, [&](auto, auto...) { return calls += "window ", TRUE; });
+            const Replaced process =
+                Replace(TerminateProcess, [&](auto, auto...) { return calls += "process", TRUE; });
+            SendMessageW(window, WM_CLOSE, 0, 0);
+        }
+        EXPECT_EQ(calls, "thread process") << "the ended thread may hold any lock";
         progressObject.workerThread = nullptr;
         progressObject.errorCode = ErrorManifest;
         SendMessageW(window, WM_TIMER, 1, 0);
