@@ -184,6 +184,10 @@ int SHMoveCopyObject(const std::wstring& from, const std::wstring& to, unsigned 
         }
     } while (result != 0 && showErrorDialog && UserWantsRetry());
     if (result != 0) {
+        if (isBegun) {
+            // The caller may clear the target, and nobody else would bring both parts together.
+            ShellOperation(FO_MOVE, quietFlags, to, &from).Run();
+        }
         return Fail(L"SHMoveCopyObject", result);
     }
     if (operation == FO_MOVE && PathFileExistsW(from.c_str())) {

@@ -63,6 +63,8 @@ const Row rows[] = {
     {Deep<SHMoveObject>, L"from\\a=", L"", "....m112.d", L"to\\a\\a=", 6},
     {Deep<SHMoveObject>, L"from\\a=1 from\\b=2", L"", "....m112.m5.m5.m5.m5.m5?....md",
      L"to\\a\\a=1 to\\a\\b=2", 15},
+    {Deep<SHMoveObject>, L"from\\a=1 from\\b=2", L"", "....m112.m5.m5.m5.m5.m5?2m#5",
+     L"from\\a=1 from\\b=2 to\\a\\=", 10},
 };
 
 }  // namespace
