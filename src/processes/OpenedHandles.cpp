@@ -19,6 +19,7 @@ constexpr DWORD nameBufferLength = 264;
 constexpr DWORD longNameLimit = 32768;
 constexpr DWORD replyTimeout = 100;
 constexpr DWORD endTimeout = 1000;
+constexpr DWORD beginTimeout = 2000;
 constexpr int idleThreadLimit = 10;
 // "\\?\"
 constexpr std::size_t namePrefixLength = 4;
@@ -127,16 +128,25 @@ void AppendAnswer(const HandleQuery& query, const Listing& listing) {
 // The call only asks for the thread's end, and until then it still uses what it shares with the
 // walk.
 void KillThread(HANDLE thread) {
+    // Ended inside the heap it would take the lock along.
+    HeapLock(GetProcessHeap());
     TerminateThread(thread, 0);
+    HeapUnlock(GetProcessHeap());
     WaitForSingleObject(thread, endTimeout);
     CloseHandle(thread);
 }
 
 // Asks for one entry. Kills the thread, which becomes null, when there is no answer.
 void AskNextEntry(const HandleQuery& query, HANDLE& thread, const Listing& listing) {
+    const DWORD index = nextHandleIndex;
     ResetEvent(query.replyEvent);
     SetEvent(query.requestEvent);
-    if (WaitForSingleObject(query.replyEvent, replyTimeout) == WAIT_TIMEOUT) {
+    DWORD waited = WaitForSingleObject(query.replyEvent, replyTimeout);
+    if (waited == WAIT_TIMEOUT && nextHandleIndex == index) {
+        // The thread is still being made, which holds the loader's lock.
+        waited = WaitForSingleObject(query.replyEvent, beginTimeout);
+    }
+    if (waited == WAIT_TIMEOUT) {
         findProcessesLog.Warn(L"EnumerateOpenedFiles: created thread hang, recreate thread");
         KillThread(thread);
         thread = nullptr;

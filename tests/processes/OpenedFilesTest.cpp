@@ -70,20 +70,29 @@ TEST(OpenedFiles, AreListedBelowTheFolderWhateverGoesWrong) {
     const std::wstring b = L"[2147483632] Unknown Process () [app.bkp\\b]|";
     const std::wstring c = L"[4] System () [app\\a]|";
     const struct {
-        /// Of the questions for a name: "." is answered, "h" hangs, "l" has a long name, "L" one
+        /// Of the questions for a name: "." is answered, "h" hangs, "k" does so
+        /// behind a use of the heap, "l" has a long name, "L" one
         /// that is too long; "s" is answered by a second thread, the first one not having begun,
         /// "S" by none, "E" has no event. At the end "~": the folder is given in its short form.
         std::string plan;
         std::wstring listing;
         int hangs;
-    } rows[] = {{"....", a + b + c, 0}, {"..h.", a + c, 1},      {"...h", a + b, 1},
-                {"s...", a + b + c, 1}, {"l.l.", a + b + c, 0},  {"..L.", a + c, 0},
-                {"S", L"", 10},         {"....~", a + b + c, 0}, {"E", L"", 0}};
+    } rows[] = {{"....", a + b + c, 0}, {"..h.", a + c, 1},     {"...h", a + b, 1},
+                {"..k.", a + c, 1},     {"s...", a + b + c, 1}, {"l.l.", a + b + c, 0},
+                {"..L.", a + c, 0},     {"S", L"", 10},         {"....~", a + b + c, 0},
+                {"E", L"", 0}};
     for (const auto& [plan, listing, hangs] : rows) {
         SCOPED_TRACE(plan);
         int asked = -1, made = 0;
         const auto ask = [&](auto real, auto file, auto path, DWORD limit, auto flags) {
             const char behaviour = plan[asked += limit == MAX_PATH];
+            if (behaviour == 'k') {
+                HeapLock(GetProcessHeap());
+                SetEvent(hung);
+                Sleep(50);
+                HeapUnlock(GetProcessHeap());
+                Sleep(INFINITE);
+            }
             if (behaviour == 'h')
                 StandStill(hung);
             const bool fits = behaviour != 'L' && (behaviour != 'l' || limit != MAX_PATH);
@@ -100,8 +109,10 @@ TEST(OpenedFiles, AreListedBelowTheFolderWhateverGoesWrong) {
         // On a busy machine a mere 100 ms would pass for a hang.
         const auto wait = [&](auto real, HANDLE object, DWORD timeout) {
             const HANDLE either[] = {object, hung};
-            return timeout != 100 ? real(object, timeout)
-                                  : WaitForMultipleObjects(2, either, FALSE, 20000) * WAIT_TIMEOUT;
+            return timeout == 2000 ? DWORD{WAIT_TIMEOUT}
+                   : timeout != 100
+                       ? real(object, timeout)
+                       : WaitForMultipleObjects(2, either, FALSE, 20000) * WAIT_TIMEOUT;
         };
         const Replaced replaced[] = {
             Replace(GetProcAddress, find), Replace(GetFinalPathNameByHandleW, ask),
