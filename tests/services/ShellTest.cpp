@@ -25,9 +25,9 @@ TEST(SelfDelete, MovesAFileToAPlainNameForTheScript) {
         bool starts, isHeld;           // the script, the new name
     } cases[] = {
         {L"x.exe", scratch / L"x.exe", L"x.exe", true, false},
-        {L"A & B.exe", moved, moved, true, false},
-        {L"\x3000.exe", moved, moved, true, false},
-        {L"A & B.exe", moved, L"A & B.exe", false, false},
+        {L"A & B.exe", scratch / moved, moved, true, false},
+        {L"\x3000.exe", scratch / moved, moved, true, false},
+        {L"A & B.exe", scratch / moved, L"A & B.exe", false, false},
         {L"A & B.exe", L"", L"A & B.exe", true, true},
     };
     for (const auto& [name, file, end, starts, isHeld] : cases) {
