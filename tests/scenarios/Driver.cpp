@@ -180,7 +180,7 @@ struct ScenarioTest : testing::Test {
         : stage{.row = row, .places = GetPlaces(row.product)} {}
 
     void SetUp() override {
-        MoveProfile(stage.row.profile);
+        MoveProfile(stage.row.profile, stage.row.temp);
         WipeMachine();
         ResetServer(stage.row);
         SetEnvironmentVariableW(L"SAMPLE_RECORD", PathOf("work\\scratch\\record.log").c_str());

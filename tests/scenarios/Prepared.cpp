@@ -29,8 +29,8 @@ std::string TempFolder() {
 }
 
 // A path of the machine itself is drive Z: of the prefix.
-std::wstring WorkFolder() {
-    return fs::path(std::wstring(L"Z:") + _wgetenv(L"SCENARIOS_FOLDER")).make_preferred();
+std::wstring FolderOfRun(const wchar_t* name = L"SCENARIOS_FOLDER") {
+    return fs::path(std::wstring(L"Z:") + _wgetenv(name)).make_preferred();
 }
 
 struct Product {
@@ -39,7 +39,7 @@ struct Product {
 };
 
 void FindPlaces(const Json& identity, Places& places) {
-    const std::string name = identity.at("displayName"), work = Narrow(WorkFolder()),
+    const std::string name = identity.at("displayName"), work = Narrow(FolderOfRun()),
                       app = UserFolder(CSIDL_LOCAL_APPDATA) + "\\" + name,
                       menu = UserFolder(CSIDL_PROGRAMS), temp = TempFolder(),
                       port = getenv("SCENARIOS_PORT"), securePort = getenv("SCENARIOS_HTTPS_PORT");
@@ -57,6 +57,7 @@ void FindPlaces(const Json& identity, Places& places) {
         {"{entry}", "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\" +
                         identity.at("guid").get<std::string>()},
         {"{work}", work},
+        {"{volume}", Narrow(FolderOfRun(L"SCENARIOS_VOLUME"))},
         {"{setup}", work + (places.mark.empty() ? "\\setup.exe" : "\\second-setup.exe")},
         {"{offline}", work + "\\offline.exe"},
         {"{secure}", work + "\\secure.exe"},
@@ -71,7 +72,7 @@ std::vector<Product> ReadProducts() {
     std::vector<Product> found;
     for (const auto& [name, mark, serverPath] :
          {std::tuple{L"product", "", ""}, {L"second-product", "second ", "/second"}}) {
-        const fs::path folder = fs::path(WorkFolder()) / name;
+        const fs::path folder = fs::path(FolderOfRun()) / name;
         if (fs::exists(folder)) {
             found.push_back({Json::parse(ReadFileText(folder / L"product.json")),
                              Json::parse(ReadFileText(folder / L"texts.json")),
@@ -127,7 +128,7 @@ void SetText(HKEY root, const std::wstring& key, const wchar_t* name, const std:
               ERROR_SUCCESS);
 }
 
-void MoveProfile(const std::wstring& folder) {
+void MoveProfile(const std::wstring& folder, const std::string& temp) {
     static const std::wstring firstTemp = Widen(TempFolder());
     constexpr wchar_t key[] =
         L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
@@ -140,9 +141,14 @@ void MoveProfile(const std::wstring& folder) {
             SetText(HKEY_CURRENT_USER, key, name, path);
         }
     }
-    const std::wstring temp = folder.empty() ? firstTemp : folder + L"\\Temp";
-    SetEnvironmentVariableW(L"TMP", temp.c_str());
-    SetEnvironmentVariableW(L"TEMP", temp.c_str());
+    std::wstring path = folder.empty() ? firstTemp : folder + L"\\Temp";
+    if (!temp.empty()) {
+        fs::create_directories(Widen(ExpandNames(temp)));
+        path.resize(MAX_PATH);
+        path.resize(GetShortPathNameW(Widen(ExpandNames(temp)).c_str(), path.data(), MAX_PATH));
+    }
+    SetEnvironmentVariableW(L"TMP", path.c_str());
+    SetEnvironmentVariableW(L"TEMP", path.c_str());
     for (Product& product : Products()) {
         FindPlaces(product.identity, product.places);
     }

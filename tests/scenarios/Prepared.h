@@ -27,6 +27,7 @@ const Places& GetPlaces(std::size_t product = 0);
 ///   {starter} {uninstaller} {copy} {shortcut}  files; the copy is the uninstaller's
 ///   {entry}                                    the uninstall key, below HKEY_CURRENT_USER
 ///   {work} {setup} {offline} {secure}          the folder of `run`, and programs in it
+///   {volume}                                   a folder on another volume than the user's
 ///   {server} {secureServer} {port}             addresses with a slash behind; the http port
 ///   {name} {supportAddress}                    what the product's file says
 std::string ExpandNames(std::string text, const Places& places = GetPlaces());
@@ -40,11 +41,15 @@ std::wstring PathOf(const std::string& place, const Places& places = GetPlaces()
 void SetText(HKEY root, const std::wstring& key, const wchar_t* name, const std::wstring& text);
 
 /// The user's folders and the one for temporary files lie below this folder from now on; with an
-/// empty one where they did at first.
-void MoveProfile(const std::wstring& folder);
+/// empty one where they did at first. `temp`, when not empty, is another folder for temporary
+/// files, which programs are told in 8.3 form.
+void MoveProfile(const std::wstring& folder, const std::string& temp);
 
 /// For MoveProfile.
 constexpr wchar_t userWithBlank[] = L"C:\\users\\\u0401\u0436 Petrov";
+
+/// For MoveProfile, on the user's volume: what the system calls it all the same.
+inline const std::string longTemp = "{work}\\scratch\\a long name\\Temp";
 
 constexpr wchar_t windowClassName[] = L"QuorvaneInstallerWindow";
 

@@ -6,8 +6,9 @@ namespace {
 std::vector<ScenarioRow> Rows() {
     std::vector<ScenarioRow> rows = {
         {.name = "OpenFilesOfBothFolders",
+         .temp = longTemp,
          .files = {"temp\\update\\new.bin=new"},
-         .held = {"app\\1.2.3\\syspin.exe", "temp\\update\\new.bin"},
+         .held = {"app\\1.2.3\\syspin.exe", "work\\scratch\\a long name\\Temp\\update\\new.bin"},
          .run = "--generate-report \"--update\" \"{temp}\\update\"",
          .logged = {"Quorvane]\n", "\\1.2.3\\syspin.exe]\n", "\\update]\n",
                     "\\update\\new.bin]\n"}},

@@ -61,6 +61,7 @@ struct ScenarioRow {
 
     // Before the run.
     std::wstring profile{};         // of the user, see MoveProfile
+    std::string temp{};             // the folder for temporary files, elsewhere
     std::string installed{};        // version of an installation that is there
     bool appRuns = false;           // the installed application runs
     Lines files{};                  // changes to the machine, see ChangeMachine

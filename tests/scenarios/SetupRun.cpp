@@ -172,7 +172,7 @@ std::vector<RunningProgram> OwnPrograms() {
     std::erase_if(own, [](const RunningProgram& program) {
         return program.processId == GetCurrentProcessId() ||
                !(program.path.ends_with(L"\\cmd.exe") || IsBelow(program.path, L"C:\\users") ||
-                 IsBelow(program.path, PathOf("work")));
+                 IsBelow(program.path, PathOf("work")) || IsBelow(program.path, PathOf("volume")));
     });
     return own;
 }

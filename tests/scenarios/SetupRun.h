@@ -69,7 +69,7 @@ struct RunningProgram {
 /// All that run with this file name.
 std::vector<RunningProgram> ListPrograms(const std::wstring& exeName);
 
-/// Those that come from {work} or from a user's folder, but for this one; and the command
+/// Those that come from {work}, {volume} or a user's folder, but for this one; and the command
 /// processors.
 std::vector<RunningProgram> OwnPrograms();
 

@@ -53,14 +53,6 @@ void ExpectNoneLoaded(Stage&) {
     }
 }
 
-Lines Refused() {
-    Lines requests;
-    for (int i = 0; i < 5; ++i) {
-        requests.insert(requests.end(), {"https", "GET /download/win/manifest.json refuse"});
-    }
-    return requests;
-}
-
 const int rows = AddScenarios(
     "Surroundings",
     {{.name = "ARunThatWasKilledInTheSwapIsMadeGood",
@@ -70,17 +62,17 @@ const int rows = AddScenarios(
       .after = "1.2.3",
       .left = {"-app\\1.2.3.BKP\\"}},
      {.name = "ExplorerWindowsOnTheVersionAreClosed",
+      .temp = longTemp,
       .installed = "1.2.3",
       .files = {"app\\1.2.3.BKP\\", "-work\\scratch\\windows.txt.quit",
-                std::string(shownFolders) +
-                    "{app}\n{app}\\1.2.3\n{app}\\1.2.3\\LOCALES\n{app}\\1.2.3.BKP\n"
-                    "{temp}\\Quorvane.TEMP\n{temp}\nC:\\windows\n"},
+                shownFolders + ("{app}\n{app}\\1.2.3\n{app}\\1.2.3\\LOCALES\n{app}\\1.2.3.BKP\n" +
+                                longTemp + "\\Quorvane.TEMP\n" + longTemp + "\nC:\\windows\n")},
       .environment = shown,
       .steps = {goOn},
       .after = "1.2.3",
       .left = {"-app\\1.2.3.BKP\\"},
-      .check = ExpectClosed("{temp}\\Quorvane.TEMP\n{app}\\1.2.3.BKP\n{app}\\1.2.3\\LOCALES\n"
-                            "{app}\\1.2.3\n")},
+      .check = ExpectClosed(longTemp + "\\Quorvane.TEMP\n{app}\\1.2.3.BKP\n{app}\\1.2.3\\LOCALES\n"
+                                       "{app}\\1.2.3\n")},
      {.name = "ExplorerWindowsOnWhatIsRemovedAreClosed",
       .installed = "1.2.3",
       .files = {"-work\\scratch\\windows.txt.quit",
@@ -98,8 +90,17 @@ const int rows = AddScenarios(
       .interceptions = {HoldCall({"Sleep", L"1000", 1, 1}), SkipCall({"Sleep", L"1000", 2})},
       .steps = {AtHeldCall(0, ExpectNoneLoaded), Answer("TextOfferFullInstaller", IDOK)},
       .errors = {"install | fetching the manifest | 1 download failed"},
-      .requests = Refused(),
+      .requests = Requests({{"/download/win/manifest.json refuse", 5}}),
       .record = Lines{}},
+     // A folder is not moved there. This Wine's Shell says so; then it says what makes it copy.
+     {.name = "ATemporaryFolderOnAnotherVolume",
+      .temp = "{volume}\\R&D \u0444\\Temp",
+      .interceptions = {FailCall({"SHFileOperationW", L"move {temp}\\Quorvane.TEMP > ", 7, 1},
+                                 ERROR_SHARING_VIOLATION),
+                        SkipCall({"Sleep", L"100", 1, 13})},
+      .steps = {tryAgain},
+      .after = "1.2.3",
+      .counts = {7}},
      {.name = "ADownloadWithANumberInItsName",
       .files = {"work\\downloads\\", "work\\downloads\\Setup (1).exe=<setup.exe>"},
       .program = "{work}\\downloads\\Setup (1).exe",

@@ -116,7 +116,9 @@ const int rows = AddScenarios(
       .interceptions = {SkipCall(firstWait), HoldCall(firstWait)},
       .steps = {confirmUninstall, AtHeldCall(1, SeeItWait), removed},
       .after = nothing},
+     // The copy lies where its path is two commands to the command processor.
      {.name = "LeavesAFileInUseAndTellsOfSuccess",
+      .temp = "{volume}\\R&D",
       .installed = "1.2.3",
       .held = {inUse},
       .run = "--uninstall",
