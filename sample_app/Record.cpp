@@ -18,16 +18,22 @@ void AppendText(const std::wstring& path, const std::string& text) {
 
 }  // namespace
 
-void RecordStart(const std::wstring& path) {
-    const std::wstring line = std::wstring(GetCommandLineW()) + L'\n';
+void RecordLine(std::wstring line, const std::wstring& path) {
+    line += L'\n';
     const int length = static_cast<int>(line.size());
     std::string text(line.size() * 3, '\0');
     text.resize(WideCharToMultiByte(CP_UTF8, 0, line.data(), length, text.data(),
                                     static_cast<int>(text.size()), nullptr, nullptr));
-    AppendText(path, text);
+    if (!path.empty()) {
+        AppendText(path, text);
+    }
     wchar_t record[MAX_PATH];
     const DWORD recordLength = GetEnvironmentVariableW(L"SAMPLE_RECORD", record, MAX_PATH);
     if (recordLength > 0 && recordLength < MAX_PATH) {
         AppendText(record, text);
     }
+}
+
+void RecordStart(const std::wstring& path) {
+    RecordLine(GetCommandLineW(), path);
 }

@@ -1,8 +1,4 @@
-#include <windows.h>
-
 #include <algorithm>
-
-#include <gtest/gtest.h>
 
 #include "scenarios/ScenarioRow.h"
 

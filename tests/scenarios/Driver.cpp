@@ -47,12 +47,9 @@ void WipeMachine() {
     ASSERT_EQ(Differences({}, TakeState()), "");
 }
 
-void Hold(Stage& stage, const Lines& held, DWORD sharing) {
+void Hold(Stage& stage, const Lines& held, DWORD sharing = 0) {
     for (const std::string& place : held) {
-        const HANDLE holder = CreateFileW(PathOf(place, stage.places).c_str(), GENERIC_READ,
-                                          sharing, nullptr, OPEN_EXISTING, 0, nullptr);
-        EXPECT_NE(holder, INVALID_HANDLE_VALUE) << "cannot hold " << place;
-        stage.holders.emplace_back(holder, CloseHandle);
+        stage.holders.emplace_back(PathOf(place, stage.places), sharing);
     }
 }
 
@@ -74,7 +71,7 @@ void Prepare(Stage& stage) {
     }
     stage.before = TakeState();
     stage.beside = OwnPrograms();
-    Hold(stage, row.held, 0);
+    Hold(stage, row.held);
     Hold(stage, row.inUse, FILE_SHARE_READ);
     ChangeMachine({"-work\\scratch\\record.log"});
 }

@@ -1,7 +1,3 @@
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include "scenarios/ScenarioRow.h"
 
 // A process without administrator rights meets a file that another program has open: as a running

@@ -1,5 +1,3 @@
-#include <windows.h>
-
 #include "scenarios/ScenarioRow.h"
 
 namespace {

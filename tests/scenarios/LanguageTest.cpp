@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "scenarios/ScenarioRow.h"
 
 // The language of the user is that of the window and its question.

@@ -87,6 +87,12 @@ const int downloadRows = AddScenarios(
           "url": "{server}no-starter.zip", "altUrl": "{server}app.zip"}]})",
       .run = "--console",
       .after = "1.2.3"},
+     {.name = "AnArchiveThatNeverComes",
+      .faults = {{"/app.zip", "refuse"}},
+      .interceptions = {betweenPasses},
+      .steps = {noFullInstaller},
+      .errors = {"install | fetching the archive | 1 download failed"},
+      .requests = Requests({{gotManifest, 1}, {"/app.zip refuse", 5}})},
      // Of an error page, which is stored as the file.
      BadManifest("ErrorPage", nullptr, false),
      BadManifest("EmptyManifest", "", false),

@@ -7,15 +7,6 @@ constexpr char notCopied[] = "placing files | 8 file not copied | {app}\\1.2.3\\
 constexpr char noVersion[] = "placing files | 17 version file not written | {app}\\version";
 constexpr char noEntry[] = "registering | 10 registry entry not written";
 
-// What the run puts in place after the folder, and leaves, as far as it has come.
-const Lines placed = {"app\\QuorvaneStarter.exe=<samples\\full\\QuorvaneStarter.exe>",
-                      "app\\uninstall.exe=<samples\\full\\uninstall.exe>",
-                      "entry\\",
-                      "entry\\DisplayName=Quorvane",
-                      "entry\\DisplayVersion=1.2.3",
-                      "entry\\DisplayIcon={uninstaller}",
-                      "entry\\UninstallString={uninstaller}"};
-
 const struct Fault {
     const char *name, *error;  // behind the operation
     int placed;
@@ -51,7 +42,9 @@ ScenarioRow MakeRow(const Fault& fault, const std::string& installed, bool isUpd
     } else {
         row.held = {fault.held};
     }
-    row.left.assign(placed.begin(), placed.begin() + fault.placed);
+    // What the run has put in place behind the folder stays.
+    const Lines all = Installation("1.2.3");
+    row.left.assign(all.begin() + 3, all.begin() + 3 + fault.placed);
     if (isUpdate) {
         row.files.push_back("temp\\new-files\\=<samples\\full>");
         row.run = "--update {temp}\\new-files";

@@ -109,9 +109,9 @@ struct Stage {
     State before{};                        // when the run begins
     std::vector<RunningProgram> beside{};  // that run then
     time_t startTime = 0;
-    std::vector<std::shared_ptr<void>> holders{};  // of what `held` and `inUse` name
-    std::unique_ptr<SetupRun> run{};               // once it is started
-    Box box{};                                     // that the step is about
+    std::vector<HeldOpen> holders{};  // of what `held` and `inUse` name
+    std::unique_ptr<SetupRun> run{};  // once it is started
+    Box box{};                        // that the step is about
 };
 
 /// Registers each row as the test GROUP.NAME.

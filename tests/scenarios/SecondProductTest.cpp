@@ -1,9 +1,5 @@
 // Two products of two teams on one machine: what one does shows nowhere in the other, whose files,
 // entries and processes the driver compares.
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include "scenarios/ScenarioRow.h"
 
 namespace {

@@ -1,6 +1,7 @@
 #include <windows.h>
+#include <psapi.h>
 
-#include <gtest/gtest.h>
+#include <sstream>
 
 #include "scenarios/ScenarioRow.h"
 
@@ -30,27 +31,66 @@ auto ExpectClosed(const std::string& folders) {
     };
 }
 
-constexpr const char* libraries[] = {"schannel.dll",     "kerberos.dll", "urlmon.dll",
-                                     "wininet.dll",      "dwmapi.dll",   "version.dll",
-                                     "windowscodecs.dll"};
+// What the setup program starts, and libraries that programs often take from their own folder.
+constexpr char baits[] =
+    "cmd.exe explorer.exe findstr.exe start.exe syspin.exe tasklist.exe timeout.exe "
+    "apphelp bcrypt cabinet clbcatq comctl32 credui cryptbase cryptsp cryptui d2d1 d3d10 d3d11 "
+    "d3d9 davhlpr dbghelp devobj dhcpcsvc dnsapi dpapi drprov dsound dwmapi dwrite dxgi feclient "
+    "gdiplus iertutil iphlpapi linkinfo mpr msftedit msi mswsock netapi32 netutils ntmarta "
+    "ntshrui oleacc powrprof profapi propsys rasapi32 riched20 rsaenh samcli samlib schannel "
+    "setupapi shfolder srvcli sspicli textshaping urlmon userenv uxtheme version wevtapi "
+    "windowscodecs winhttp wininet winmm winsta wkscli wldp wlanapi wtsapi32 xmllite";
 
-Lines Planted() {
-    // What is called cmd.exe writes down its call.
-    Lines files = {"work\\downloads\\", "work\\downloads\\setup.exe=<setup.exe>",
-                   "work\\downloads\\cmd.exe=<samples\\full\\syspin.exe>"};
-    for (const char* library : libraries) {
-        files.push_back(std::string("work\\downloads\\") + library +
-                        "=<prefix\\drive_c\\windows\\syswow64\\shellwindows.dll>");
+std::vector<std::wstring> Loaded(HANDLE process) {
+    HMODULE modules[400];
+    DWORD size = 0;
+    EnumProcessModules(process, modules, sizeof modules, &size);
+    std::vector<std::wstring> paths(size / sizeof *modules, std::wstring(MAX_PATH, L'\0'));
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        paths[i].resize(GetModuleFileNameExW(process, modules[i], paths[i].data(), MAX_PATH));
     }
-    return files;
+    return paths;
 }
 
-// One that is loaded could not be deleted.
-void ExpectNoneLoaded(Stage&) {
-    for (const char* library : libraries) {
-        EXPECT_TRUE(DeleteFileW(PathOf(std::string("work\\downloads\\") + library).c_str()))
-            << library;
+// Beside the setup program, under these names and those of all that a run has loaded, lies what
+// writes down that it was taken; but for what this Wine takes whatever it is asked for.
+void Plant(Stage& stage) {
+    ResetServer({});
+    SetupRun run({.interceptions = {HoldCall({"CreateProcessW", L"--install-app"})}});
+    ASSERT_TRUE(run.interceptions.WaitUntilHeld(0));
+    std::string names = baits;
+    for (const std::wstring& path : Loaded(run.process)) {
+        names += Narrow(L" " + path.substr(path.rfind(L'\\') + 1));
     }
+    TerminateProcess(run.process, 0);
+    run.WaitForEnd();
+    ResetServer(stage.row);
+    ChangeMachine({"-work\\downloads\\", "work\\downloads\\"});
+    std::istringstream words(names);
+    for (std::string name; words >> name;) {
+        name += name.find('.') == name.npos ? ".dll" : "";
+        const char* bait = name.ends_with(".exe") ? "samples\\full\\syspin.exe" : "planted.dll";
+        ChangeMachine({"work\\downloads\\" + name + "=<" + bait + ">"});
+    }
+    ChangeMachine({"-work\\downloads\\msimg32.dll", "-work\\downloads\\secur32.dll",
+                   "-work\\downloads\\shcore.dll", "work\\downloads\\Setup (1).exe=<setup.exe>"});
+}
+
+// The pin tool takes the part of the browser, too.
+void PlantAndBrowse(Stage& stage) {
+    Plant(stage);
+    SetText(HKEY_LOCAL_MACHINE, L"Software\\Classes\\http\\shell\\open\\command", L"",
+            L"\"" + PathOf("work\\samples\\full\\syspin.exe") + L"\" \"%1\"");
+}
+
+// What comes ahead of the agent was bound before the program's first instruction.
+void ExpectNoneTaken(Stage& stage) {
+    bool isAsked = false;
+    for (const std::wstring& path : Loaded(stage.run->process)) {
+        isAsked = isAsked || path.ends_with(L"\\interception_agent.dll");
+        EXPECT_FALSE(isAsked && IsBelow(path, PathOf("work\\downloads"))) << Narrow(path);
+    }
+    EXPECT_TRUE(isAsked);
 }
 
 const int rows = AddScenarios(
@@ -84,14 +124,22 @@ const int rows = AddScenarios(
       .after = nothing,
       .check = ExpectClosed("{app}\n{app}\\1.2.3\n")},
      {.name = "NothingBesideTheSetupProgramIsTaken",
-      .files = Planted(),
       .faults = {{"/download", "refuse"}},
-      .program = "{work}\\downloads\\setup.exe",
-      .interceptions = {HoldCall({"Sleep", L"1000", 1, 1}), SkipCall({"Sleep", L"1000", 2})},
-      .steps = {AtHeldCall(0, ExpectNoneLoaded), Answer("TextOfferFullInstaller", IDOK)},
+      .prepare = PlantAndBrowse,
+      .program = "{work}\\downloads\\Setup (1).exe",
+      .interceptions = {HoldCall({"CreateProcessW", L"/c start"}), SkipCall({"Sleep", L"1000"})},
+      .steps = {Answer("TextOfferFullInstaller", IDOK), AtHeldCall(0, ExpectNoneTaken)},
       .errors = {"install | fetching the manifest | 1 download failed"},
       .requests = Requests({{"/download/win/manifest.json refuse", 5}}),
-      .record = Lines{}},
+      .record = Lines{"\"{work}\\samples\\full\\syspin.exe\" "
+                      "\"{server}api/v1/service/offlineinstaller?app=quorvane&arch=x64\""}},
+     // The file is called as a browser calls a second download of it.
+     {.name = "NothingBesideADownloadIsTakenInAnInstall",
+      .prepare = Plant,
+      .program = "{work}\\downloads\\Setup (1).exe",
+      .interceptions = {HoldCall({"CreateProcessW", L"--install-app"})},
+      .steps = {goOn, AtHeldCall(0, ExpectNoneTaken)},
+      .after = "1.2.3"},
      // A folder is not moved there. This Wine's Shell says so; then it says what makes it copy.
      {.name = "ATemporaryFolderOnAnotherVolume",
       .temp = "{volume}\\R&D \u0444\\Temp",
@@ -101,10 +149,6 @@ const int rows = AddScenarios(
       .steps = {tryAgain},
       .after = "1.2.3",
       .counts = {7}},
-     {.name = "ADownloadWithANumberInItsName",
-      .files = {"work\\downloads\\", "work\\downloads\\Setup (1).exe=<setup.exe>"},
-      .program = "{work}\\downloads\\Setup (1).exe",
-      .after = "1.2.3"},
      {.name = "AServerThatSendsToAnother",
       .archive = "moved.zip",
       .faults = {{"/moved.zip", "redirect", 1, "{server}app.zip"}},

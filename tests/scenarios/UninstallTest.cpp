@@ -1,10 +1,6 @@
-#include <windows.h>
-
 #include <filesystem>
 #include <regex>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 #include "scenarios/ScenarioRow.h"
 

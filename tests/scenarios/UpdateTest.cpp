@@ -1,7 +1,3 @@
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include "scenarios/ScenarioRow.h"
 
 namespace {

@@ -5,31 +5,14 @@ namespace {
 
 const InterceptionRow noPauses = SkipCall({"Sleep", L"1000"});
 
-// The pin tool takes the part of the browser.
-void MakeBrowserRecord(Stage&) {
-    SetText(HKEY_LOCAL_MACHINE, L"Software\\Classes\\http\\shell\\open\\command", L"",
-            L"\"" + PathOf("work\\samples\\full\\syspin.exe") + L"\" \"%1\"");
-}
-
 const int rows = AddScenarios(
-    "WindowEnd",
-    {{.name = "OffersTheFullInstallerInTheBrowser",
-      .faults = {{"/app.zip", "refuse"}},
-      .prepare = MakeBrowserRecord,
-      .interceptions = {noPauses},
-      .steps = {Answer("TextOfferFullInstaller", IDOK)},
-      .left = {"temp\\syspin.log=record"},
-      .errors = {"install | fetching the archive | 1 download failed"},
-      .requests = Requests({{gotManifest, 1}, {"/app.zip refuse", 5}}),
-      .record = Lines{"\"{work}\\samples\\full\\syspin.exe\" "
-                      "\"{server}api/v1/service/offlineinstaller?app=quorvane&arch=x64\""}},
-     {.name = "OfAnUninstallTellsOfFailure",
-      .installed = "1.2.3",
-      .run = "--uninstall",
-      .program = "{copy}",
-      .interceptions = {FailCall({"SHGetFolderPathW", L"", 2, 1}, 3)},
-      .steps = {confirmUninstall, notRemoved},
-      .errors = {"uninstall | application's own uninstall | 3 no paths"}}});
+    "WindowEnd", {{.name = "OfAnUninstallTellsOfFailure",
+                   .installed = "1.2.3",
+                   .run = "--uninstall",
+                   .program = "{copy}",
+                   .interceptions = {FailCall({"SHGetFolderPathW", L"", 2, 1}, 3)},
+                   .steps = {confirmUninstall, notRemoved},
+                   .errors = {"uninstall | application's own uninstall | 3 no paths"}}});
 
 // In this order: what is once trusted stays so.
 const std::string secureManifest =

@@ -55,10 +55,11 @@ void RemoveTree(const std::wstring& path) {
     RemoveDirectoryW(path.c_str());
 }
 
-HeldOpen::HeldOpen(const std::wstring& path) {
-    handle.reset(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr),
-                 CloseHandle);
-    EXPECT_NE(handle.get(), INVALID_HANDLE_VALUE);
+HeldOpen::HeldOpen(const std::wstring& path, DWORD sharing) {
+    handle.reset(
+        CreateFileW(path.c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING, 0, nullptr),
+        CloseHandle);
+    EXPECT_NE(handle.get(), INVALID_HANDLE_VALUE) << fs::path(path);
 }
 
 TempVariable::TempVariable(const std::wstring& folder) {

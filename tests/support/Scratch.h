@@ -35,10 +35,10 @@ bool Exists(const std::wstring& path);
 /// its target is not entered.
 void RemoveTree(const std::wstring& path);
 
-/// Holds a file open with no sharing.
+/// Holds a file open, with no sharing unless told.
 class HeldOpen {
   public:
-    explicit HeldOpen(const std::wstring& path);
+    explicit HeldOpen(const std::wstring& path, DWORD sharing = 0);
 
   private:
     std::shared_ptr<void> handle;
