@@ -125,7 +125,6 @@ const int rows = AddScenarios(
                .after = "1.2.3"},
               {.name = "OfAnUninstallIsIgnored",
                .installed = "1.2.3",
-               .run = "--uninstall",
                .program = "{copy}",
                .interceptions = {HoldCall({"CreateProcessW", L"--uninstall-app"})},
                .steps = {confirmUninstall, CloseInVain(0, "TextUninstalling"), removed},

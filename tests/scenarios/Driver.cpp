@@ -212,7 +212,8 @@ struct ScenarioTest : testing::Test {
 }  // namespace
 
 int AddScenarios(const char* group, const std::vector<ScenarioRow>& rows) {
-    for (const ScenarioRow& row : rows) {
+    for (ScenarioRow row : rows) {
+        row.run = row.program == "{copy}" && row.run.empty() ? "--uninstall" : row.run;
         testing::RegisterTest(group, row.name.c_str(), nullptr, nullptr, row.file, row.line,
                               [row]() -> ScenarioTest* { return new ScenarioTest(row); });
     }

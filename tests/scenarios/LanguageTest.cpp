@@ -19,12 +19,10 @@ void LookAndClose(Stage& stage) {
 std::vector<ScenarioRow> Rows() {
     std::vector<ScenarioRow> rows;
     for (const auto& [id, language] : languages) {
-        InterceptionRow question = SkipCall({"GetUserDefaultUILanguage", L""});
-        question.result = id;
         rows.push_back({.name = std::to_string(id) + language,
                         .faults = {{"/app.zip", "slow"}},
                         .language = language,
-                        .interceptions = {question},
+                        .interceptions = {SkipCall({"GetUserDefaultUILanguage", L""}, id)},
                         .steps = {{.act = LookAndClose}, Answer("TextConfirmCancel", IDYES)},
                         .requests = Requests({{gotManifest, 1}, {"/app.zip client-left", 1}})});
     }

@@ -45,10 +45,8 @@ void SetText(HKEY root, const std::wstring& key, const wchar_t* name, const std:
 /// files, which programs are told in 8.3 form.
 void MoveProfile(const std::wstring& folder, const std::string& temp);
 
-/// For MoveProfile.
+/// For MoveProfile, both on the first volume.
 constexpr wchar_t userWithBlank[] = L"C:\\users\\\u0401\u0436 Petrov";
-
-/// For MoveProfile, on the user's volume: what the system calls it all the same.
 inline const std::string longTemp = "{work}\\scratch\\a long name\\Temp";
 
 constexpr wchar_t windowClassName[] = L"QuorvaneInstallerWindow";

@@ -3,7 +3,6 @@
 // Failures after the new version's folder is in place: the former folder and version come back.
 namespace {
 
-constexpr char notCopied[] = "placing files | 8 file not copied | {app}\\1.2.3\\";
 constexpr char noVersion[] = "placing files | 17 version file not written | {app}\\version";
 constexpr char noEntry[] = "registering | 10 registry entry not written";
 
@@ -26,7 +25,9 @@ ScenarioRow MakeRow(const Fault& fault, const std::string& installed, bool isUpd
                                installed};
     const std::string name = fault.error;
     row.errors = {(isUpdate ? "update | " : "install | ") +
-                  (name.ends_with(".exe") ? notCopied + name + " | {app}\\" + name : name)};
+                  (name.ends_with(".exe") ? "placing files | 8 file not copied | {app}\\1.2.3\\" +
+                                                name + " | {app}\\" + name
+                                          : name)};
     row.interceptions = {SkipCall({"Sleep", L"100"})};
     row.installed = installed;
     if (!installed.empty()) {

@@ -74,7 +74,7 @@ struct ScenarioRow {
     Lines inUse{};                          // places that can be read, not replaced
 
     // The run.
-    std::string run{};                // arguments
+    std::string run{};                // arguments; those of {copy} are --uninstall when empty
     std::string program = "{setup}";  // {copy} is put there first
     bool isPlainUser = false;         // without administrator rights
     Lines environment{};              // NAME=VALUE

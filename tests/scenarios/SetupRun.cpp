@@ -178,8 +178,7 @@ std::vector<RunningProgram> OwnPrograms() {
 }
 
 bool AllRun(const std::vector<RunningProgram>& programs) {
-    const std::vector<RunningProgram> running = OwnPrograms();
-    return std::ranges::all_of(programs, [&](const RunningProgram& program) {
+    return std::ranges::all_of(programs, [running = OwnPrograms()](const RunningProgram& program) {
         return std::ranges::count(running, program) == 1;
     });
 }

@@ -2,7 +2,7 @@
 #include <regex>
 #include <sstream>
 
-#include "scenarios/ScenarioRow.h"
+#include "scenarios/Expectation.h"
 
 namespace {
 
@@ -25,8 +25,14 @@ State TakeMachine() {
 
 State machine;
 
-// A machine on which the product was installed as users do it.
-void Install(Stage& stage) {
+// The user reads Japanese; a folder is only copied to another volume.
+const std::vector<InterceptionRow> surroundings = {
+    SkipCall({"GetUserDefaultUILanguage", L""}, 0x411),
+    FailCall({"SHFileOperationW", L"move {temp}\\Q", 1, 1}, ERROR_SHARING_VIOLATION)};
+
+// An install and an update in the window, an update that fails and tells the server of it, and what
+// users and killed runs leave.
+void Live(Stage& stage) {
     // On Windows every user has it.
     const std::wstring key = PathOf("entry");
     SetText(HKEY_CURRENT_USER, key.substr(0, key.rfind(L'\\')), L"", L"");
@@ -34,9 +40,22 @@ void Install(Stage& stage) {
     WriteFileText(L"C:\\users\\\u0401\u0436\\letter.txt", "of another user");
     machine = TakeMachine();
     EXPECT_GT(machine.size(), 3000U);
-    EXPECT_EQ(RunSetup("--console"), 0);
-    ChangeMachine({"roaming\\profile\\settings.txt=of the user",
-                   "temp\\Quorvane.TEMP\\left.txt=by an interrupted run",
+    ResetServer({.offered = "1.0.0"});
+    const std::pair<const char*, const char*> runs[] = {
+        {"{setup}", ""},
+        {"{app}\\1.0.0\\uninstall.exe", "--update \"{roaming}\\\u0444 1.zip\""},
+        {"{app}\\1.2.3\\uninstall.exe", "--update \"{roaming}\\\u0444 1\""}};
+    for (const auto& [program, arguments] : runs) {
+        SetupRun run({.run = arguments, .program = program, .interceptions = surroundings});
+        EXPECT_EQ(run.WaitForEnd(), 0);
+        ChangeMachine({"roaming\\\u0444 1.zip=<www\\app.zip>",
+                       "roaming\\\u0444 1\\readme.txt=no application"});
+    }
+    EXPECT_EQ(Failures(), Lines{"update | reading the new version | 2 bad manifest"});
+    ChangeMachine({"-temp\\syspin.log", "-temp\\.quorvane-error-report.txt"});
+    State left = TakeState();
+    EXPECT_EQ(Drop(left, "temp\\"), stage.row.program == "{copy}" ? 1U : 0U);
+    ChangeMachine({"temp\\Quorvane.TEMP\\left.txt=by an interrupted run",
                    "temp\\lumentra.selfdel.cmd=exit", "app\\uninstall_end="});
     ResetServer(stage.row);
 }
@@ -66,7 +85,6 @@ ScenarioRow Impatient(const char* name, const char* installed, Lines files) {
         .installed = installed,
         .appRuns = *installed != '\0',
         .files = std::move(files),
-        .run = "--uninstall",
         .program = "{copy}",
         .interceptions = {SkipCall({"Sleep", L"100"}), SkipCall({"WaitForSingleObject", L"5000"})},
         .steps = {confirmUninstall, removed},
@@ -85,23 +103,48 @@ void SeeItWait(Stage& stage) {
 
 constexpr char inUse[] = "app\\1.2.3\\locales\\locale-103.pak";
 
+const Lines used = {"-temp\\Quorvane.TEMP\\", "-temp\\lumentra.selfdel.cmd",
+                    "temp\\syspin.log=record"};
+const Lines unpinned = {"\"{starter}\"  --uninstall-app --app-start-time=#",
+                        "\"{app}\\1.2.3\\syspin.exe\" \"{shortcut}\" c:5387"};
+
 const int rows = AddScenarios(
     "Uninstall",
     {{.name = "RemovesEverythingAndItself",
       .profile = userWithBlank,
-      .prepare = Install,
+      .prepare = Live,
       .program = "{uninstaller}",
       .steps = {confirmUninstall, removed},
       .after = nothing,
-      .left = {"-temp\\Quorvane.TEMP\\", "-temp\\lumentra.selfdel.cmd"},
-      .record = Lines{"\"{starter}\"  --uninstall-app --app-start-time=#",
-                      "\"{app}\\1.2.3\\syspin.exe\" \"{shortcut}\" c:5387"},
+      .left = used,
+      .record = unpinned,
       .check = ExpectTheMachineOfBefore},
+     // The temporary folder is on another volume, where folders are not moved but copied.
+     {.name = "EndsALifeInAJapaneseProfileThatIsHardToName",
+      .profile = userWithBlank,
+      .temp = "{volume}\\R&D \u0444\\Temp",
+      .prepare = Live,
+      .program = "{copy}",
+      .language = "ja",
+      .interceptions = surroundings,
+      .steps = {confirmUninstall, removed},
+      .after = nothing,
+      .left = used,
+      .record = unpinned,
+      .check = ExpectTheMachineOfBefore},
+     // The copy lies where its path is two commands to the command processor.
      {.name = "AsksFromACopyAndChangesNothingWhenDeclined",
+      .temp = "{volume}\\R&D",
       .installed = "1.2.3",
       .appRuns = true,
       .program = "{uninstaller}",
       .steps = {Answer("TextConfirmUninstall", IDNO, StartAgain)}},
+     {.name = "TellsOfFailure",
+      .installed = "1.2.3",
+      .program = "{copy}",
+      .interceptions = {FailCall({"SHGetFolderPathW", L"", 2, 1}, 3)},
+      .steps = {confirmUninstall, notRemoved},
+      .errors = {"uninstall | application's own uninstall | 3 no paths"}},
      Impatient("OfNothing", "", {}),
      Impatient("EndsTheApplicationAfterTenSeconds", "1.2.3",
                {"roaming\\silent=", "roaming\\stubborn=", "app\\uninstall_end=of an earlier run"}),
@@ -112,12 +155,9 @@ const int rows = AddScenarios(
       .interceptions = {SkipCall(firstWait), HoldCall(firstWait)},
       .steps = {confirmUninstall, AtHeldCall(1, SeeItWait), removed},
       .after = nothing},
-     // The copy lies where its path is two commands to the command processor.
      {.name = "LeavesAFileInUseAndTellsOfSuccess",
-      .temp = "{volume}\\R&D",
       .installed = "1.2.3",
       .held = {inUse},
-      .run = "--uninstall",
       .program = "{copy}",
       .steps = {confirmUninstall, removed},
       .after = nothing,

@@ -86,9 +86,9 @@ InterceptionRow FailCall(const CallChoice& choice, DWORD error) {
     return row;
 }
 
-InterceptionRow SkipCall(const CallChoice& choice) {
+InterceptionRow SkipCall(const CallChoice& choice, DWORD result) {
     InterceptionRow row = MakeRow(choice);
-    row.result = 0;
+    row.result = result;
     return row;
 }
 
@@ -98,10 +98,8 @@ InterceptionRow HoldCall(const CallChoice& choice) {
     return row;
 }
 
-InterceptionRow CountCall(CallChoice choice) {
-    choice.firstCall = everyCall;
-    choice.callCount = 1;
-    return HoldCall(choice);
+InterceptionRow CountCall(const CallChoice& choice) {
+    return HoldCall({choice.function, choice.text, everyCall, 1});
 }
 
 Interceptions::~Interceptions() {

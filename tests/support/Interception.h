@@ -56,12 +56,12 @@ struct CallChoice {
 
 /// The calls fail with this error, as the function does it by its own rules.
 InterceptionRow FailCall(const CallChoice& choice, DWORD error);
-/// The calls do nothing and report success: pauses that a test need not wait for.
-InterceptionRow SkipCall(const CallChoice& choice);
+/// The calls do nothing but give this result: pauses that a test need not wait for, and questions.
+InterceptionRow SkipCall(const CallChoice& choice, DWORD result = 0);
 /// The calls wait for Interceptions::Release before they are carried out.
 InterceptionRow HoldCall(const CallChoice& choice);
 /// The calls are counted and carried out.
-InterceptionRow CountCall(CallChoice choice);
+InterceptionRow CountCall(const CallChoice& choice);
 
 class Interceptions {
   public:
