@@ -106,6 +106,15 @@ void Answer(const Call& call, int status, std::shared_ptr<std::istream> body, si
 
 void AnswerText(const Call& call, int status, const std::string& text,
                 const char* type = "text/plain; charset=utf-8") {
+    Exchange& exchange = *call.exchange;
+    // A client may leave with the status, without the text, and the library then does not ask for
+    // that: to be logged now.
+    if (!exchange.fault || call.HasFault(FaultKind::NotFound) ||
+        call.HasFault(FaultKind::ServerError)) {
+        exchange.entry.status = status;
+        exchange.entry.bytes = text.size() + 1;
+        exchange.Log(exchange.fault ? FaultName(exchange.fault->kind) : "");
+    }
     Answer(call, status, std::make_shared<std::istringstream>(text + '\n'), text.size() + 1, type);
 }
 
