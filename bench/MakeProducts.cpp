@@ -25,10 +25,9 @@ using Json = nlohmann::ordered_json;
 using Paint = std::function<std::uint32_t(unsigned x, unsigned y)>;
 
 constexpr const char* names[] = {
-    "Northwind Notes", "Ünïque Näme", "Größenwahn",   "Северный ветер", "例え アプリ",
-    "中文 软件",       "한국 앱",     "हिंदी ऐप",      "تطبيق نور",      "Ελληνικό μενού",
-    "İstanbul Işığı",  "Đường phố",   "Zażółć gęślą", "Emoji 😀 Box",    "O'Neil (beta) + co",
-};
+    "Northwind Notes", "Ünïque Näme", "Größenwahn",   "Северный ветер",     "例え アプリ",
+    "中文 软件",       "한국 앱",     "हिंदी ऐप",      "تطبيق نور",          "Ελληνικό μενού",
+    "İstanbul Işığı",  "Đường phố",   "Zażółć gęślą", "O'Neil (beta) + co", "Emoji 😀 Box"};
 
 std::string MakePng(unsigned width, unsigned height, const Paint& paint) {
     Pixels pixels = {static_cast<int>(width), static_cast<int>(height), {}};

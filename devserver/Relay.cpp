@@ -115,7 +115,7 @@ void Relay::Start(int port, int innerPort) {
     inner = innerPort;
     listener = MakeSocket();
     SetOption(listener, SOL_SOCKET, SO_REUSEADDR, 1);
-    if (!UsePort(bind, listener, port) || listen(listener, SOMAXCONN) != 0) {
+    if (listener < 0 || !UsePort(bind, listener, port) || listen(listener, SOMAXCONN) != 0) {
         const bool isTaken = errno == EADDRINUSE;
         throw std::runtime_error("port " + std::to_string(port) +
                                  (isTaken
@@ -164,7 +164,7 @@ void Relay::Serve(int client) {
     SetOption(client, IPPROTO_TCP, TCP_NODELAY, 1);
     const int server = MakeSocket();
     SetOption(server, IPPROTO_TCP, TCP_NODELAY, 1);
-    if (UsePort(connect, server, inner)) {
+    if (server >= 0 && UsePort(connect, server, inner)) {
         const int port = PortOf(server);
         Register(port, exchange);
         HandThrough(client, server, exchange->isRefused);

@@ -136,7 +136,7 @@ enum class Need { Text, MayBeEmpty, MayBeMissing };
 
 struct Key {
     const char* name;
-    std::wstring Identity::*value;
+    decltype(&Identity::slug) value;
     Failure (*judge)(const std::wstring&);
     Need need;
 };

@@ -54,6 +54,7 @@ int RunMain() {
     if (HasBehaviour(identity, L"stubborn")) {
         Sleep(INFINITE);
     }
+    CloseHandle(closeEvent);
     return 0;
 }
 

@@ -88,7 +88,7 @@ TEST_F(PackTest, MakesWhatATeamPublishes) {
 }
 
 TEST_F(PackTest, FailureLeavesTheFolderAsItWas) {
-    const auto with = [&](auto PackJob::*field, const auto& value, const char* words) {
+    const auto with = [&](auto field, const auto& value, const char* words) {
         const auto saved = std::exchange(job.*field, value);
         ExpectUntouched(words);
         job.*field = saved;
