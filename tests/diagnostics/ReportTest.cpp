@@ -1,34 +1,14 @@
 #include <array>
 #include <sstream>
 
-#include "base/GlobalVars.h"
 #include "diagnostics/ErrorReport.h"
 #include "diagnostics/ProcessSection.h"
 #include "diagnostics/SystemInfo.h"
 #include "support/Replace.h"
-#include "support/Scratch.h"
 
 TEST(PercentEncode, LeavesOnlyTheUnreservedBytes) {
     EXPECT_EQ(PercentEncode(L"azAZ09-_.~ \n\"\\+%/:@[`{\x7f\u0423\xD83D\xDE00"),
               L"azAZ09-_.~%20%0a%22%5c%2b%25%2f%3a%40%5b%60%7b%7f%d0%a3%f0%9f%98%80");
-}
-
-// Its pieces, and how the server gets it, are seen in the scenarios.
-TEST(ErrorReport, HoldsWhatItsOwnWalkOfTheProcessesLogs) {
-    const ScratchFolder scratch;
-    const TempVariable temp(scratch.path);
-    globalVars.errorReportFileName = L"saved";
-    ErrorReport sender;
-    const Replaced noProcess = Failing(OpenProcess, nullptr);
-    const Replaced noAnswer = Failing(CheckTokenMembership, FALSE);
-    sender.Send(nullptr);
-    // UTF-16 without a byte order mark.
-    const std::string bytes = ReadFileText(scratch / L"saved");
-    const std::wstring text(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2);
-    EXPECT_TRUE(text.starts_with(L" :  // local time: 20")) << text;
-    EXPECT_NE(text.find(L"GetProcessFullName: OpenProcess for pid"), std::wstring::npos);
-    EXPECT_EQ(text.find(L"IsRunAsAdmin: exception"), std::wstring::npos);
-    EXPECT_EQ(sender.body, L"{ \"message\": \"" + PercentEncode(text) + L"\" }");
 }
 
 TEST(FormatProcessTree, PrintsChildrenBelowParentsAndRowsOfSiblingsOnce) {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "kit/AppEntries.h"
-#include "kit/Checksums.h"
 #include "kit/Pack.h"
 #include "kit/UpdateManifest.h"
 #include "resources/ResourceIds.h"
@@ -136,25 +135,6 @@ TEST_F(PackTest, RemovesWhatADeadPackLeft) {
     EXPECT_TRUE(Exists(alive + L"half.exe") && Exists(foreign));
 }
 
-TEST(Programs, ExitCodes) {
-    const std::wstring pack = FromHostPath(Widen(PACK_PROGRAM)),
-                       stamp = FromHostPath(Widen(STAMP_PROGRAM));
-    // As on a build machine: a path of the Unix world where there is one.
-    const std::wstring local = L"--check --product \"" + Widen(PRODUCTS_FOLDER) + L"/local\" ";
-    const std::tuple<std::wstring, const wchar_t*, int> calls[] = {
-        {pack, L"", 2},
-        {pack, L"--app none", 1},
-        {stamp, L"", 0},
-        {stamp, L"--out", 2},
-        {stamp, L"--colour blue", 2},
-        {stamp, L"--archive none.zip", 1},
-        {stamp, L"--set slug", 2},
-        {stamp, L"--set slug=a --set slug=x=y", 1},
-    };
-    for (const auto& [program, more, code] : calls)
-        EXPECT_EQ(ExitCodeOf(program, local + more), code) << Narrow(more);
-}
-
 TEST(Entries, Checks) {
     // C:\Users\ 20 \AppData\Local\ is 44 long; then 9 \1.2.3.BKP\, or Temp\ 9 .TEMP\.
     const std::wstring longest(259 - 44 - 9 - 11, L'n');
@@ -219,22 +199,6 @@ TEST(Lists, Manifest) {
         EXPECT_EQ(made, expected);
     }
     ExpectFinding([](auto& found) { MergeManifest("{}", "1.2.3", {}, found); }, "error", "missing");
-}
-
-TEST(Lists, Checksums) {
-    const std::string a(64, 'a'), b(64, 'b'), c(64, 'c');
-    const auto isThere = [](const std::string& path) { return path != "gone"; };
-    Findings findings;
-    // An editor and a version control may leave line ends like this.
-    EXPECT_EQ(MergeChecksums(c + "  z y.exe\r\n" + b + " *m\n" + b + "  gone\n" + b + "  new",
-                             {{"new", a}, {"first/ä", c}}, isThere, findings),
-              c + "  first/ä\n" + b + "  m\n" + a + "  new\n" + c + "  z y.exe\n");
-    for (const auto& line : {a, a + "  ", a + " x", "x" + a + "  y", "A" + a.substr(1) + "  y"}) {
-        const auto check = [&](Findings& found) {
-            MergeChecksums(b + "  fine\n" + line + "\n", {}, isThere, found);
-        };
-        ExpectFinding(check, "error: SHA256SUMS: line 2: ", "expected 64 digits");
-    }
 }
 
 }  // namespace

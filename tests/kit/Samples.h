@@ -98,7 +98,6 @@ inline std::string ReadResource(const std::wstring& path, const wchar_t* type, u
     return copy;
 }
 
-inline int ExitCodeOf(const std::wstring& program, const std::wstring& arguments = L"") {
-    return static_cast<int>(
-        _wspawnl(_P_WAIT, program.c_str(), L"program", arguments.c_str(), nullptr));
+inline int ExitCodeOf(const std::wstring& program) {
+    return static_cast<int>(_wspawnl(_P_WAIT, program.c_str(), L"program", nullptr));
 }

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "kit/PeFile.h"
 #include "kit/Stamp.h"
 #include "resources/ResourceIds.h"
@@ -45,37 +43,6 @@ TEST(Stamp, ProgramFindsItsProduct) {
         EXPECT_EQ(MapFileAndCheckSumW(out.c_str(), &written, &computed), DWORD{CHECKSUM_SUCCESS});
         EXPECT_EQ(written, computed) << added;
     }
-}
-
-TEST(Stamp, FailureLeavesNothing) {
-    const ScratchFolder folder;
-    const Product product = SampleProduct();
-    const std::wstring stamped = folder / L"stamped.exe", text = folder / L"text.exe",
-                       none = folder / L"none";
-    std::vector<StampedPart> parts;
-    ASSERT_FALSE(StampProduct({sampleBase, L"", stamped}, product, parts));
-    WriteFileText(text, "no executable");
-    const Tree before = ReadTree(folder.path);
-    const std::pair<StampJob, const char*> unfit[] = {
-        {{sampleBase, none, L""}, "none: the archive cannot be opened"},
-        {{sampleBase, text, L""}, "text.exe: is no archive"},
-        {{stamped, L"", L""}, "stamped.exe: is stamped already"},
-        {{none, L"", L""}, "none: the base executable cannot be opened"},
-        {{FromHostPath(Widen(STAMP_PROGRAM)), L"", L""}, "is another program"},
-        // What turns out when it is made: a target in use, no base and no archive.
-        {{sampleBase, L"", text}, "cannot be replaced"},
-        {{text, L"", none}, "cannot be written"},
-        {{sampleBase, none, stamped}, "the archive cannot be put in"},
-    };
-    for (const auto& [job, words] : unfit) {
-        std::optional<HeldOpen> held;
-        if (job.out == text)
-            held.emplace(text);
-        const Failure failure =
-            job.out.empty() ? CheckStampJob(job) : StampProduct(job, product, parts);
-        EXPECT_NE(failure.value_or("none").find(words), std::string::npos) << words;
-    }
-    EXPECT_TRUE(ReadTree(folder.path) == before);
 }
 
 }  // namespace

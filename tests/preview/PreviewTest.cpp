@@ -6,8 +6,6 @@
 
 #include "kit/Images.h"
 #include "preview/Capture.h"
-#include "preview/Legibility.h"
-#include "preview/Page.h"
 #include "preview/Record.h"
 #include "support/Scratch.h"
 
@@ -52,21 +50,6 @@ TEST(Preview, WarnsOfWhatCannotBeRead) {
         const std::string said = ReadFileText(file);
         EXPECT_NE(said.find(end, said.find(start)), said.npos) << start << end << "\n" << said;
     }
-}
-
-TEST(Preview, ContrastLeavesOutSpecks) {
-    Pixels stained{40, 1, std::vector<std::uint32_t>(40, 0xFFFFFF)};
-    stained.rows[0] = stained.rows[1] = 0;
-    EXPECT_NEAR(ContrastBehind(stained, {0, 0, 40, 1}), 21, 0.01) << "a speck";
-    stained.rows[2] = 0;
-    EXPECT_NEAR(ContrastBehind(stained, {0, 0, 40, 1}), 1, 0.01) << "a stain";
-    EXPECT_NEAR(ContrastBehind(stained, {3, -5, 90, 9}), 21, 0.01) << "partly outside";
-}
-
-TEST(Preview, SameWarningOfSeveralLanguagesIsOneLine) {
-    const Picture picture{"update", "Update", "update.png", 1, 1, {}, {"too wide"}};
-    const std::vector<Record> records = {{"en", {picture, picture}}, {"de", {picture}}};
-    EXPECT_EQ(SummariseWarnings(records), std::vector<std::string>{"en, de: update: too wide"});
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <iterator>
 #include <sstream>
 
-#include "processes/Launch.h"
 #include "support/Replace.h"
 #include "support/Scratch.h"
 
@@ -57,13 +56,6 @@ TEST(ProcessTree, FindsProcessesByNameWithTheirDescendants) {
             found += L" " + std::to_wstring(record->pid);
         EXPECT_EQ(found, row.found) << row.processes;
     }
-}
-
-TEST(IsRunAsAdmin, TellsAFailureWithoutCode) {
-    const auto ask = Failing(CheckTokenMembership, FALSE, ERROR_SUCCESS);
-    const LogCapture log;
-    EXPECT_FALSE(IsRunAsAdmin());
-    EXPECT_TRUE(log.Has(L"ERROR Utils IsRunAsAdmin: "));
 }
 
 // Waiting ends at the first timeout, ending at the first process that cannot be opened.

@@ -108,30 +108,31 @@ const Lines used = {"-temp\\Quorvane.TEMP\\", "-temp\\lumentra.selfdel.cmd",
 const Lines unpinned = {"\"{starter}\"  --uninstall-app --app-start-time=#",
                         "\"{app}\\1.2.3\\syspin.exe\" \"{shortcut}\" c:5387"};
 
+ScenarioRow EndOfALife(const char* name, const char* program) {
+    return {.name = name,
+            .profile = userWithBlank,
+            .prepare = Live,
+            .program = program,
+            .steps = {confirmUninstall, removed},
+            .after = nothing,
+            .left = used,
+            .record = unpinned,
+            .check = ExpectTheMachineOfBefore};
+}
+
+// The temporary folder is on another volume, where folders are not moved but copied.
+ScenarioRow EndOfAHardLife() {
+    ScenarioRow row = EndOfALife("EndsALifeInAJapaneseProfileThatIsHardToName", "{copy}");
+    row.temp = "{volume}\\R&D \u0444\\Temp";
+    row.language = "ja";
+    row.interceptions = surroundings;
+    return row;
+}
+
 const int rows = AddScenarios(
     "Uninstall",
-    {{.name = "RemovesEverythingAndItself",
-      .profile = userWithBlank,
-      .prepare = Live,
-      .program = "{uninstaller}",
-      .steps = {confirmUninstall, removed},
-      .after = nothing,
-      .left = used,
-      .record = unpinned,
-      .check = ExpectTheMachineOfBefore},
-     // The temporary folder is on another volume, where folders are not moved but copied.
-     {.name = "EndsALifeInAJapaneseProfileThatIsHardToName",
-      .profile = userWithBlank,
-      .temp = "{volume}\\R&D \u0444\\Temp",
-      .prepare = Live,
-      .program = "{copy}",
-      .language = "ja",
-      .interceptions = surroundings,
-      .steps = {confirmUninstall, removed},
-      .after = nothing,
-      .left = used,
-      .record = unpinned,
-      .check = ExpectTheMachineOfBefore},
+    {EndOfALife("RemovesEverythingAndItself", "{uninstaller}"),
+     EndOfAHardLife(),
      // The copy lies where its path is two commands to the command processor.
      {.name = "AsksFromACopyAndChangesNothingWhenDeclined",
       .temp = "{volume}\\R&D",

@@ -101,13 +101,6 @@ TEST(MainWindow, HasAShadowWhereTheSystemDrawsNoFrame) {
         [](HWND window) { EXPECT_NE(GetClassLongW(window, GCL_STYLE) & CS_DROPSHADOW, 0u); });
 }
 
-// The scenarios see the texts of an online install.
-TEST(MainWindow, FollowsPositionAndStage) {
-    EXPECT_EQ(BarWidth(5, 10, 30), 79);
-    EXPECT_EQ(StatusTextOfStage(3, true), -1);
-    EXPECT_EQ(StatusTextOfStage(4, true), 7);
-}
-
 TEST(Dialogs, OfferAnElevatedCopyWithAShield) {
     LPARAM shield = 0;
     const Replaced isPlainUser = Failing(CheckTokenMembership, FALSE);
