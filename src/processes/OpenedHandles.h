@@ -6,8 +6,9 @@
 
 /// The open file handles of all processes, from the system-wide handle table. The question for the
 /// name of another process's handle can hang, so it is asked on the enumeration thread, which is
-/// killed and replaced when it does not answer within 100 ms; the entry is then lost. The walk ends
-/// early when there is no thread, or ten in a row take no entry.
+/// killed and replaced when it does not answer within 100 ms, or 2 s more where it has not even
+/// begun; an entry that it took is then lost. The walk ends early when there is no thread, or ten
+/// in a row take no entry.
 
 #pragma pack(push, 1)
 /// Answer of NtQuerySystemInformation to its class 16 (SystemHandleInformation), as a 32-bit
